@@ -10,5 +10,7 @@
 std::string demoUtf8(const mlib::WideChar* text);
 
 void demoText();
+void demoByte();
+void demoException();
 
 #endif  // MLIB_EXAMPLES_DEMO_H

@@ -18,5 +18,7 @@ std::string demoUtf8(const mlib::WideChar* text) {
 int main() {
   std::printf("mlib demo host\n==============\n");
   demoText();
+  demoByte();
+  demoException();
   return 0;
 }

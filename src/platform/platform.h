@@ -8,6 +8,11 @@
 #define MLIB_SRC_PLATFORM_PLATFORM_H
 
 #include "platform/codePage.h"
+#include "platform/errorText.h"
+#include "platform/file.h"
 #include "platform/process.h"
+#include "platform/socket.h"
+#include "platform/sync.h"
+#include "platform/textCompare.h"
 
 #endif  // MLIB_SRC_PLATFORM_PLATFORM_H

@@ -1,0 +1,82 @@
+// The recursive lock for POSIX systems: a recursive pthread mutex plus the owner and depth
+// that let a release by a thread that does not hold the lock be refused.
+#if defined(_WIN32)
+#error "posix backend built for Windows"
+#endif
+
+#include "platform/sync.h"
+
+#include <atomic>
+#include <cstdint>
+#include <new>
+#include <pthread.h>
+
+namespace mlib::platform {
+namespace {
+
+struct PosixRecursiveLock {
+  pthread_mutex_t mutex;
+  std::atomic<std::uintptr_t> owner;  // identity of the holding thread, 0 when free
+  unsigned depth;                     // levels held by the owner; touched only by it
+};
+
+static_assert(sizeof(PosixRecursiveLock) <= kRecursiveLockBytes, "lock storage too small");
+static_assert(alignof(PosixRecursiveLock) <= kRecursiveLockAlign, "lock storage misaligned");
+
+// A value no other live thread shares: the address of a thread-local object. Never 0.
+std::uintptr_t currentThreadTag() noexcept {
+  thread_local char tag;
+  return reinterpret_cast<std::uintptr_t>(&tag);
+}
+
+PosixRecursiveLock* asLock(void* storage) noexcept {
+  return std::launder(static_cast<PosixRecursiveLock*>(storage));
+}
+
+}  // namespace
+
+void recursiveLockInit(void* storage) noexcept {
+  if (storage == nullptr) return;
+  auto* lock = new (storage) PosixRecursiveLock;
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+  pthread_mutex_init(&lock->mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+  lock->owner.store(0, std::memory_order_relaxed);
+  lock->depth = 0;
+}
+
+void recursiveLockDestroy(void* storage) noexcept {
+  if (storage == nullptr) return;
+  PosixRecursiveLock* lock = asLock(storage);
+  pthread_mutex_destroy(&lock->mutex);
+  lock->~PosixRecursiveLock();
+}
+
+void recursiveLockEnter(void* storage) noexcept {
+  PosixRecursiveLock* lock = asLock(storage);
+  pthread_mutex_lock(&lock->mutex);
+  lock->owner.store(currentThreadTag(), std::memory_order_relaxed);
+  ++lock->depth;
+}
+
+bool recursiveLockTryEnter(void* storage) noexcept {
+  PosixRecursiveLock* lock = asLock(storage);
+  if (pthread_mutex_trylock(&lock->mutex) != 0) return false;
+  lock->owner.store(currentThreadTag(), std::memory_order_relaxed);
+  ++lock->depth;
+  return true;
+}
+
+bool recursiveLockLeave(void* storage) noexcept {
+  PosixRecursiveLock* lock = asLock(storage);
+  // Only the owner ever stores its own tag, so another thread reads 0 or a foreign tag here
+  // and backs off without touching the mutex.
+  if (lock->owner.load(std::memory_order_relaxed) != currentThreadTag()) return false;
+  if (--lock->depth == 0) lock->owner.store(0, std::memory_order_relaxed);
+  pthread_mutex_unlock(&lock->mutex);
+  return true;
+}
+
+}  // namespace mlib::platform

@@ -1,0 +1,329 @@
+// String's in-place editing (trims, ASCII case, reversal, replacement, line breaks), its
+// comparisons and its element access. Case here is the library's own and simple: ASCII
+// letters for case change, "32 apart" for case-blind comparison; only EndWith asks the
+// platform.
+#include <mlib/exceptions.h>
+#include <mlib/string.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "platform/platform.h"
+#include "string/search.h"
+#include "string/storage.h"
+
+namespace mlib {
+
+using detail::FailureTable;
+using detail::wideLength;
+
+namespace {
+
+constexpr WideChar kBlank = 0x20;
+constexpr WideChar kLineBreak[] = {0x0D, 0x0A, 0};
+
+// The longest text a String holds (GetLength answers an int): a replacement that would
+// grow the text past it is taken for one that never ends.
+constexpr std::size_t kMaxReplacedUnits = detail::kMaxWideCapacity - 1;
+
+// -1, 0 or 1 by the unsigned order of two equal-length unit runs.
+int compareUnits(const WideChar* a, const WideChar* b, std::size_t units) noexcept {
+  for (std::size_t i = 0; i < units; ++i) {
+    if (a[i] != b[i]) {
+      return static_cast<std::uint16_t>(a[i]) < static_cast<std::uint16_t>(b[i]) ? -1 : 1;
+    }
+  }
+  return 0;
+}
+
+// The same with CompareCharNoCase deciding each pair.
+int compareUnitsNoCase(const WideChar* a, const WideChar* b, std::size_t units) noexcept {
+  for (std::size_t i = 0; i < units; ++i) {
+    const int order = String::CompareCharNoCase(a[i], b[i]);
+    if (order != 0) return order;
+  }
+  return 0;
+}
+
+// The engine of detail::replaceRepeatedly.
+//
+// The text is read once from the left onto a stack of finished units that holds no
+// occurrence. When the stack's top completes an occurrence, that occurrence is the leftmost
+// one of the whole text (nothing before it held one), so it is popped and the replacement
+// is pushed in front of the unread input, to be read again: exactly the outcome of
+// replacing and searching again from the start, without copying the text for every pass.
+class Rewriter {
+ public:
+  Rewriter(const WideChar* old, std::size_t oldUnits, const WideChar* replacement,
+           std::size_t replacementUnits, std::size_t maxUnits)
+      : old_(old),
+        oldUnits_(oldUnits),
+        replacement_(replacement),
+        replacementUnits_(replacementUnits),
+        maxUnits_(maxUnits),
+        table_(old, oldUnits) {}
+
+  // Runs over text[0, textUnits). True when it ended within the bound; result() is then
+  // the whole new text.
+  bool run(const WideChar* text, std::size_t textUnits) {
+    const int* next = table_.data();
+    std::size_t read = 0;
+    int matched = 0;  // units of `old` the top of the stack ends with
+    done_.reserve(textUnits);
+    for (;;) {
+      WideChar unit;
+      if (!pending_.empty()) {
+        unit = pending_.back();
+        pending_.pop_back();
+      } else if (read < textUnits) {
+        unit = text[read++];
+      } else {
+        return true;
+      }
+      while (matched >= 0 && old_[matched] != unit) matched = next[matched];
+      ++matched;
+      if (static_cast<std::size_t>(matched) < oldUnits_) {
+        done_.push_back(unit);
+        continue;
+      }
+      // An occurrence: its first oldUnits - 1 units are the stack's top.
+      done_.resize(done_.size() - (oldUnits_ - 1));
+      if (replacementUnits_ > oldUnits_ &&
+          done_.size() + pending_.size() + (textUnits - read) + replacementUnits_ > maxUnits_) {
+        return false;
+      }
+      for (std::size_t k = replacementUnits_; k-- > 0;) pending_.push_back(replacement_[k]);
+      matched = matchedAtTop();
+    }
+  }
+
+  [[nodiscard]] std::vector<WideChar>& result() noexcept { return done_; }
+
+ private:
+  // How many units of `old` the stack's top ends with: an automaton run over its last
+  // oldUnits - 1 units (a longer match would have been a whole occurrence).
+  int matchedAtTop() const noexcept {
+    const int* next = table_.data();
+    const std::size_t span = std::min(done_.size(), oldUnits_ - 1);
+    int matched = 0;
+    for (std::size_t i = done_.size() - span; i < done_.size(); ++i) {
+      while (matched >= 0 && old_[matched] != done_[i]) matched = next[matched];
+      ++matched;
+    }
+    return matched;
+  }
+
+  const WideChar* old_;
+  std::size_t oldUnits_;
+  const WideChar* replacement_;
+  std::size_t replacementUnits_;
+  std::size_t maxUnits_;
+  FailureTable table_;
+  std::vector<WideChar> done_;     // finished text, holding no occurrence
+  std::vector<WideChar> pending_;  // replacement units still to read, the next one last
+};
+
+}  // namespace
+
+namespace detail {
+
+bool replaceRepeatedly(const WideChar* text, std::size_t textUnits, const WideChar* old,
+                       std::size_t oldUnits, const WideChar* replacement,
+                       std::size_t replacementUnits, std::size_t maxUnits,
+                       std::vector<WideChar>& result) {
+  Rewriter rewriter(old, oldUnits, replacement, replacementUnits, maxUnits);
+  if (!rewriter.run(text, textUnits)) return false;
+  result.swap(rewriter.result());
+  return true;
+}
+
+}  // namespace detail
+
+// ---- Trims, case, reversal ---------------------------------------------------------
+
+void String::Trim() {
+  TrimLeft();
+  TrimRight();
+}
+
+void String::TrimLeft() {
+  const auto textUnits = static_cast<std::size_t>(GetLength());
+  std::size_t blanks = 0;
+  while (blanks < textUnits && buffer_[blanks] == kBlank) ++blanks;
+  if (blanks == 0) return;
+  std::memmove(buffer_, buffer_ + blanks, (textUnits - blanks) * sizeof(WideChar));
+  detail::zeroWide(buffer_ + (textUnits - blanks), blanks);
+}
+
+void String::TrimRight() {
+  auto end = static_cast<std::size_t>(GetLength());
+  while (end > 0 && buffer_[end - 1] == kBlank) buffer_[--end] = 0;
+}
+
+void String::MakeUpper() {
+  const int textUnits = GetLength();
+  for (int i = 0; i < textUnits; ++i) {
+    if (buffer_[i] >= 'a' && buffer_[i] <= 'z') {
+      buffer_[i] = static_cast<WideChar>(buffer_[i] - 32);
+    }
+  }
+}
+
+void String::MakeLower() {
+  const int textUnits = GetLength();
+  for (int i = 0; i < textUnits; ++i) {
+    if (buffer_[i] >= 'A' && buffer_[i] <= 'Z') {
+      buffer_[i] = static_cast<WideChar>(buffer_[i] + 32);
+    }
+  }
+}
+
+void String::Reverse() {
+  const int textUnits = GetLength();
+  if (textUnits > 1) std::reverse(buffer_, buffer_ + textUnits);
+}
+
+// ---- Replacement -------------------------------------------------------------------
+
+bool String::ReplaceFirst(const WideChar* oldText, const WideChar* newText) {
+  if (buffer_ == nullptr || oldText == nullptr || newText == nullptr) return false;
+  const WideChar* at = Find(oldText);
+  if (at == nullptr) return false;
+  const auto pos = static_cast<std::size_t>(at - buffer_);
+  const auto textUnits = static_cast<std::size_t>(GetLength());
+  const std::size_t oldUnits = wideLength(oldText);
+  const std::size_t newUnits = wideLength(newText);
+  const std::size_t resultUnits = textUnits - oldUnits + newUnits;
+  // Filled before the old buffer goes, so newText may lie inside it.
+  WideChar* fresh = detail::allocWideRaw(resultUnits + 1);
+  std::memcpy(fresh, buffer_, pos * sizeof(WideChar));
+  std::memcpy(fresh + pos, newText, newUnits * sizeof(WideChar));
+  std::memcpy(fresh + pos + newUnits, buffer_ + pos + oldUnits,
+              (textUnits - pos - oldUnits) * sizeof(WideChar));
+  fresh[resultUnits] = 0;
+  ReleaseBuffer();
+  buffer_ = fresh;
+  return true;
+}
+
+// ReplaceFirst again and again gives what Rewriter computes in one pass: the same text,
+// and a buffer of exactly its length + 1 with no ANSI buffer once anything was replaced.
+void String::Replace(const WideChar* oldText, const WideChar* newText) {
+  if (buffer_ == nullptr || oldText == nullptr || newText == nullptr) return;
+  const std::size_t oldUnits = wideLength(oldText);
+  const std::size_t newUnits = wideLength(newText);
+  // Refused: these would find an occurrence again after every pass.
+  if (oldUnits == 0) return;
+  if (newUnits >= oldUnits) {
+    const FailureTable table(oldText, oldUnits);
+    if (detail::findPattern(newText, newUnits + 1, 0, oldText, oldUnits, table.data()) >= 0) {
+      return;
+    }
+  }
+  // No occurrence: ReplaceFirst would refuse at once, and nothing changes.
+  if (Find(oldText) == nullptr) return;
+  const auto textUnits = static_cast<std::size_t>(GetLength());
+  std::vector<WideChar> result;
+  if (!detail::replaceRepeatedly(buffer_, textUnits, oldText, oldUnits, newText, newUnits,
+                                 kMaxReplacedUnits, result)) {
+    return;
+  }
+  WideChar* fresh = detail::allocWideRaw(result.size() + 1);
+  if (!result.empty()) std::memcpy(fresh, result.data(), result.size() * sizeof(WideChar));
+  fresh[result.size()] = 0;
+  ReleaseBuffer();
+  buffer_ = fresh;
+}
+
+// ---- Line breaks -------------------------------------------------------------------
+
+void String::AppendNewLineAtBack() { *this += kLineBreak; }
+
+void String::AppendNewLineAtFront() {
+  const String withBreak = String(kLineBreak) + *this;
+  *this = withBreak;
+}
+
+// ---- Comparison --------------------------------------------------------------------
+
+int String::Compare(const WideChar* text) const {
+  if (buffer_ == nullptr || text == nullptr) return -1;
+  const auto units = static_cast<std::size_t>(GetLength());
+  const std::size_t otherUnits = wideLength(text);
+  if (units != otherUnits) return units < otherUnits ? -1 : 1;
+  return compareUnits(buffer_, text, units);
+}
+
+int String::Compare(const String& other) const { return Compare(other.buffer_); }
+
+int String::CompareNoCase(const WideChar* text) const {
+  if (buffer_ == nullptr || text == nullptr) return -1;
+  const auto units = static_cast<std::size_t>(GetLength());
+  const std::size_t otherUnits = wideLength(text);
+  if (units != otherUnits) return units < otherUnits ? -1 : 1;
+  return compareUnitsNoCase(buffer_, text, units);
+}
+
+int String::CompareNoCase(const String& other) const { return CompareNoCase(other.buffer_); }
+
+int String::CompareCharNoCase(WideChar a, WideChar b) {
+  const int x = static_cast<std::uint16_t>(a);
+  const int y = static_cast<std::uint16_t>(b);
+  if (x == y || x + 32 == y || y + 32 == x) return 0;
+  return x < y ? -1 : 1;
+}
+
+int String::CompareCharNoCase(char a, char b) {
+  const int x = static_cast<signed char>(a);
+  const int y = static_cast<signed char>(b);
+  if (x == y || x + 32 == y || y + 32 == x) return 0;
+  return x < y ? -1 : 1;
+}
+
+bool String::StartWith(const WideChar* text, bool noCase) const {
+  if (text == nullptr) return false;
+  const auto units = static_cast<std::size_t>(GetLength());
+  const std::size_t prefixUnits = wideLength(text);
+  if (units < prefixUnits) return false;
+  if (prefixUnits == 0) return true;
+  return (noCase ? compareUnitsNoCase(buffer_, text, prefixUnits)
+                 : compareUnits(buffer_, text, prefixUnits)) == 0;
+}
+
+// The platform compares the tail, which runs to the terminator. On a null string that tail
+// is a null pointer, which equals no text, the empty one included.
+bool String::EndWith(const WideChar* text, bool noCase) const {
+  if (text == nullptr) return false;
+  const auto units = static_cast<std::size_t>(GetLength());
+  const std::size_t suffixUnits = wideLength(text);
+  if (units < suffixUnits) return false;
+  const WideChar* tail = buffer_ == nullptr ? nullptr : buffer_ + (units - suffixUnits);
+  return (noCase ? platform::compareTextNoCase(tail, text) : platform::compareText(tail, text)) ==
+         0;
+}
+
+// ---- Element access ----------------------------------------------------------------
+
+WideChar& String::operator[](unsigned i) {
+  if (i >= getSize()) {
+    throw MxBaseException(-4, 3,
+                          MLIB_T("Call Stack: String::[]; Location: \"if(uIndex>=getSize())\""));
+  }
+  return buffer_[i];
+}
+
+WideChar String::GetAt(int i) const {
+  const unsigned capacity = getSize();
+  if (capacity == 0 || static_cast<unsigned>(i) >= capacity - 1) return 0;
+  return buffer_[i];
+}
+
+void String::SetAt(int i, WideChar c) {
+  const unsigned capacity = getSize();
+  if (capacity == 0 || static_cast<unsigned>(i) >= capacity - 1) return;
+  buffer_[i] = c;
+}
+
+}  // namespace mlib

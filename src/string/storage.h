@@ -1,0 +1,56 @@
+// The heap blocks behind String's wide buffer, and the fast scans every String operation
+// shares. A block is a small header holding the capacity that was asked for, followed by
+// the UTF-16 units, so a capacity reads back exactly as requested on every heap.
+#ifndef MLIB_SRC_STRING_STORAGE_H
+#define MLIB_SRC_STRING_STORAGE_H
+
+#include <mlib/config.h>
+#include <mlib/string.h>
+
+#include <cstddef>
+
+namespace mlib::detail {
+
+// The largest capacity (UTF-16 units) a wide buffer may have; asking for more throws
+// std::bad_alloc, as array new does when its byte size overflows.
+constexpr std::size_t kMaxWideCapacity = 0x7FFFFFFFu;
+
+// A wide buffer of `units` units (at least 1), every unit zero. Throws std::bad_alloc on
+// exhaustion or above kMaxWideCapacity.
+[[nodiscard]] WideChar* allocWideZeroed(std::size_t units);
+// The same with the units left unset, for callers that fill all of them at once.
+[[nodiscard]] WideChar* allocWideRaw(std::size_t units);
+// Releases a buffer from the functions here; null does nothing.
+void freeWide(WideChar* buffer) noexcept;
+// The capacity the buffer was allocated with; 0 for null.
+[[nodiscard]] unsigned wideCapacity(const WideChar* buffer) noexcept;
+// Grows (or shrinks) the block in place where the heap can, keeping the first
+// min(old, new) units; units past the old capacity come back zero. Returns the buffer's new
+// address (the old one is gone). Throws std::bad_alloc, leaving the old block untouched.
+[[nodiscard]] WideChar* regrowWide(WideChar* buffer, std::size_t units);
+
+// UTF-16 units before the terminator; 0 for null. Reads whole aligned 16-byte blocks, so it
+// may look at bytes past the terminator but never past the block (or page) holding it.
+[[nodiscard]] std::size_t wideLength(const WideChar* text) noexcept;
+// As wideLength, but never counts past maxUnits: gives maxUnits when none of the first
+// maxUnits units is the terminator (a buffer whose last slot was overwritten).
+[[nodiscard]] std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept;
+// Zero-fills `units` units at dst.
+void zeroWide(WideChar* dst, std::size_t units) noexcept;
+
+// Internal access to a String's representation, for the library's own code and its tests.
+struct StringAccess {
+  // Capacity in UTF-16 units (getSize); 0 for a null string.
+  static unsigned capacity(const String& s) noexcept { return s.getSize(); }
+  // The ANSI buffer as it stands (null when none), without making one.
+  static const char* ansiBuffer(const String& s) noexcept { return s.ansi_; }
+  // The representation itself, for the library's own code that replaces buffers.
+  static WideChar*& wideBuffer(String& s) noexcept { return s.buffer_; }
+  static char*& ansiBufferRef(String& s) noexcept { return s.ansi_; }
+  // The failure table of the text search.
+  static void nextArray(const WideChar* pattern, int* next) { String::getNextArray(pattern, next); }
+};
+
+}  // namespace mlib::detail
+
+#endif  // MLIB_SRC_STRING_STORAGE_H

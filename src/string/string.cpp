@@ -1,0 +1,304 @@
+// String's storage, construction, assignment, concatenation, equality and conversion to
+// ANSI text. Format and the number constructors live in format.cpp.
+#include <mlib/string.h>
+
+#include <mlib/text.h>
+
+#include <climits>
+#include <cstring>
+#include <new>
+
+#include "string/storage.h"
+
+namespace mlib {
+
+static_assert(sizeof(String) == 2 * sizeof(void*), "String is two pointers wide");
+
+using detail::allocWideRaw;
+using detail::allocWideZeroed;
+using detail::freeWide;
+using detail::wideCapacity;
+using detail::wideLength;
+using detail::wideLengthBounded;
+using detail::zeroWide;
+
+namespace {
+
+// memcpy of UTF-16 units that also accepts a null source for a count of 0.
+void copyUnits(WideChar* dst, const WideChar* src, std::size_t unitCount) noexcept {
+  if (unitCount != 0) std::memcpy(dst, src, unitCount * sizeof(WideChar));
+}
+
+// A buffer of exactly unitCount + 1 units holding text[0, unitCount) and the terminator.
+WideChar* copyExact(const WideChar* text, std::size_t unitCount) {
+  WideChar* buffer = allocWideRaw(unitCount + 1);
+  copyUnits(buffer, text, unitCount);
+  buffer[unitCount] = 0;
+  return buffer;
+}
+
+// ANSI text of byteCount bytes (byteCount > 0) widened into a buffer of byteCount + 1 units.
+// The capacity follows the byte count, not the converted length.
+WideChar* widenAnsi(const char* text, std::size_t byteCount) {
+  if (byteCount + 1 > detail::kMaxWideCapacity) throw std::bad_alloc();
+  WideChar* buffer = allocWideRaw(byteCount + 1);
+  // ANSIToWide zero-fills its whole capacity first, which also clears the slots a
+  // double-byte text leaves over.
+  if (ANSIToWide(buffer, text, static_cast<int>(byteCount + 1)) == nullptr) {
+    zeroWide(buffer, byteCount + 1);
+  }
+  return buffer;
+}
+
+// Converts text to the ANSI code page in a new array of 2 x unitCount + 1 bytes.
+char* narrowToAnsi(const WideChar* text, std::size_t unitCount) {
+  std::size_t byteCount = 2 * unitCount + 1;
+  if (byteCount > static_cast<std::size_t>(INT_MAX)) byteCount = INT_MAX;
+  char* ansi = new char[byteCount];
+  if (WideToANSI(ansi, text, static_cast<int>(byteCount)) == nullptr) {
+    std::memset(ansi, 0, byteCount);
+  }
+  return ansi;
+}
+
+}  // namespace
+
+// ---- Construction ------------------------------------------------------------------
+
+String::String() noexcept : buffer_(nullptr), ansi_(nullptr) {}
+
+String::String(const WideChar* text) : String() {
+  const std::size_t unitCount = wideLength(text);
+  if (unitCount != 0) buffer_ = copyExact(text, unitCount);
+}
+
+String::String(const char* text) : String() {
+  if (text == nullptr) return;
+  const std::size_t byteCount = std::strlen(text);
+  if (byteCount != 0) buffer_ = widenAnsi(text, byteCount);
+}
+
+String::String(const unsigned char* text) : String(reinterpret_cast<const char*>(text)) {}
+
+String::String(const String& other) : String() {
+  const std::size_t unitCount = other.GetLength();
+  if (unitCount != 0) buffer_ = copyExact(other.buffer_, unitCount);
+}
+
+String::String(String&& other) noexcept : buffer_(other.buffer_), ansi_(other.ansi_) {
+  other.buffer_ = nullptr;
+  other.ansi_ = nullptr;
+}
+
+String::String(const std::string& text) : String() { *this = text.c_str(); }
+
+String::~String() { ReleaseBuffer(); }
+
+// ---- Buffer management -------------------------------------------------------------
+
+void String::ReleaseBuffer() noexcept {
+  freeWide(buffer_);
+  buffer_ = nullptr;
+  delete[] ansi_;
+  ansi_ = nullptr;
+}
+
+WideChar* String::AllocBuffer(unsigned n) {
+  ReleaseBuffer();
+  buffer_ = allocWideZeroed(static_cast<std::size_t>(n) + 1);
+  return buffer_;
+}
+
+WideChar* String::GetBuffer(unsigned i) const noexcept {
+  return buffer_ == nullptr ? nullptr : buffer_ + i;
+}
+
+WideChar* String::ResizeBuffer(unsigned n) {
+  if (buffer_ == nullptr) return AllocBuffer(n);
+  WideChar* fresh = allocWideZeroed(static_cast<std::size_t>(n) + 1);
+  const std::size_t unitCount = wideLengthBounded(buffer_, getSize());
+  copyUnits(fresh, buffer_, (unitCount < n ? unitCount : n));
+  freeWide(buffer_);
+  buffer_ = fresh;
+  return buffer_;
+}
+
+void String::ResetBuffer() noexcept { zeroWide(buffer_, getSize()); }
+
+unsigned String::getSize() const noexcept { return wideCapacity(buffer_); }
+
+// ---- Assignment --------------------------------------------------------------------
+
+String& String::operator=(const WideChar* text) {
+  const unsigned capacity = getSize();
+  if (text == nullptr) {
+    zeroWide(buffer_, capacity);
+    return *this;
+  }
+  const std::size_t unitCount = wideLength(text);
+  if (capacity == 0 && unitCount == 0) return *this;
+  if (capacity > unitCount) {
+    // The buffer is reused. memmove, then clearing only the tail, gives the text even when
+    // it lies inside this buffer, where clearing first would have erased it.
+    std::memmove(buffer_, text, unitCount * sizeof(WideChar));
+    zeroWide(buffer_ + unitCount, capacity - unitCount);
+    return *this;
+  }
+  WideChar* fresh = copyExact(text, unitCount);
+  ReleaseBuffer();
+  buffer_ = fresh;
+  return *this;
+}
+
+String& String::operator=(const String& other) {
+  if (this == &other) return *this;
+  return *this = other.buffer_;
+}
+
+String& String::operator=(String&& other) noexcept {
+  if (this == &other) return *this;
+  ReleaseBuffer();
+  buffer_ = other.buffer_;
+  ansi_ = other.ansi_;
+  other.buffer_ = nullptr;
+  other.ansi_ = nullptr;
+  return *this;
+}
+
+String& String::operator=(const char* text) {
+  String wide(text);
+  const std::size_t unitCount = wide.GetLength();
+  // Where the assignment would re-allocate anyway and the converted text already sits in
+  // a buffer of exactly unitCount + 1 units, take that buffer instead of copying it.
+  if (unitCount != 0 && getSize() <= unitCount && wide.getSize() == unitCount + 1) {
+    ReleaseBuffer();
+    buffer_ = wide.buffer_;
+    wide.buffer_ = nullptr;
+    return *this;
+  }
+  return *this = wide.buffer_;
+}
+
+String& String::operator=(const std::string& text) { return *this = text.c_str(); }
+
+String& String::operator=(WideChar c) {
+  const WideChar text[2] = {c, 0};
+  return *this = text;
+}
+
+// ---- Concatenation -----------------------------------------------------------------
+
+String String::operator+(const WideChar* text) const {
+  if (text == nullptr) return String(*this);
+  const std::size_t firstCount = GetLength();
+  const std::size_t secondCount = wideLength(text);
+  String sum;
+  if (firstCount + secondCount == 0) return sum;
+  sum.buffer_ = allocWideRaw(firstCount + secondCount + 1);
+  copyUnits(sum.buffer_, buffer_, firstCount);
+  copyUnits(sum.buffer_ + firstCount, text, secondCount);
+  sum.buffer_[firstCount + secondCount] = 0;
+  return sum;
+}
+
+String String::operator+(const String& other) const { return *this + other.buffer_; }
+
+String String::operator+(const char* text) const {
+  if (text == nullptr) return String(*this);
+  const String wide(text);
+  return *this + wide.buffer_;
+}
+
+String String::operator+(const std::string& text) const { return *this + text.c_str(); }
+
+String String::operator+(WideChar c) const {
+  const WideChar text[2] = {c, 0};
+  return *this + text;
+}
+
+String& String::operator+=(const WideChar* text) {
+  if (text == nullptr) return *this;
+  const std::size_t capacity = getSize();
+  const std::size_t firstCount = GetLength();
+  const std::size_t secondCount = wideLength(text);
+  if (capacity > firstCount && capacity - firstCount > secondCount) {
+    // In place. The room behind the new text is cleared as a fresh copy would leave it, so
+    // characters a caller left past the old terminator do not reappear.
+    std::memmove(buffer_ + firstCount, text, secondCount * sizeof(WideChar));
+    zeroWide(buffer_ + firstCount + secondCount, capacity - firstCount - secondCount);
+    return *this;
+  }
+  if (firstCount + secondCount == 0) return *this;
+  // No room: one exact-size buffer for both parts; the ANSI buffer goes with the old one.
+  WideChar* fresh = allocWideRaw(firstCount + secondCount + 1);
+  copyUnits(fresh, buffer_, firstCount);
+  copyUnits(fresh + firstCount, text, secondCount);
+  fresh[firstCount + secondCount] = 0;
+  ReleaseBuffer();
+  buffer_ = fresh;
+  return *this;
+}
+
+String& String::operator+=(const String& other) { return *this += other.buffer_; }
+
+String& String::operator+=(const char* text) {
+  if (text == nullptr) return *this;
+  const String wide(text);
+  return *this += wide.buffer_;
+}
+
+String& String::operator+=(const std::string& text) { return *this += text.c_str(); }
+
+String& String::operator+=(WideChar c) {
+  const WideChar text[2] = {c, 0};
+  return *this += text;
+}
+
+// ---- Conversions and queries -------------------------------------------------------
+
+String::operator WideChar*() const noexcept { return buffer_; }
+
+WideChar* String::toUnicode() const noexcept { return buffer_; }
+
+const WideChar* String::toString() const noexcept { return buffer_; }
+
+char* String::toAnsi() const {
+  if (buffer_ == nullptr) return nullptr;
+  char* fresh = narrowToAnsi(buffer_, GetLength());
+  delete[] ansi_;
+  ansi_ = fresh;
+  return ansi_;
+}
+
+String::operator char*() const { return toAnsi(); }
+
+String::operator std::string() const {
+  const char* ansi = toAnsi();
+  return ansi == nullptr ? std::string() : std::string(ansi);
+}
+
+int String::GetLength() const noexcept {
+  return static_cast<int>(wideLengthBounded(buffer_, getSize()));
+}
+
+int String::GetAnsiLength() const {
+  const char* ansi = ansi_ != nullptr ? ansi_ : toAnsi();
+  return ansi == nullptr ? 0 : static_cast<int>(std::strlen(ansi));
+}
+
+bool String::IsEmpty() const noexcept { return buffer_ == nullptr || buffer_[0] == 0; }
+
+bool String::IsNull() const noexcept { return buffer_ == nullptr; }
+
+bool String::operator==(const WideChar* text) const noexcept {
+  if (buffer_ == nullptr || text == nullptr) return false;
+  const std::size_t unitCount = GetLength();
+  if (wideLengthBounded(text, unitCount + 1) != unitCount) return false;
+  return std::memcmp(buffer_, text, unitCount * sizeof(WideChar)) == 0;
+}
+
+bool String::operator==(const String& other) const noexcept {
+  return *this == static_cast<const WideChar*>(other.buffer_);
+}
+
+}  // namespace mlib

@@ -1,0 +1,90 @@
+// Hexadecimal text of byte arrays for <mlib/text.h>: rendering into wide and narrow
+// destinations and parsing wide text back into bytes. Each keeps the destination's length
+// as it goes, so long inputs take linear time.
+#include <mlib/text.h>
+
+#include "text/textBuffers.h"
+
+#include <cstddef>
+#include <cstring>
+
+using mlib::WideChar;
+
+namespace {
+
+constexpr char kUpperDigits[] = "0123456789ABCDEF";
+
+// Value of a hexadecimal digit, or -1 for any other character.
+[[nodiscard]] int hexValue(WideChar c) noexcept {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+}  // namespace
+
+WideChar* ByteToHexString(const unsigned char* bytes, int count, WideChar* dst,
+                          unsigned capacity, bool spaced) {
+  if (dst == nullptr || capacity < 1) return nullptr;
+  std::memset(dst, 0, static_cast<std::size_t>(capacity) * sizeof(WideChar));
+  if (bytes == nullptr || count < 1) return dst;
+  // Each digit is written only while the text plus it leaves the terminator's slot free;
+  // a space needs one slot more. The length is counted here instead of measured.
+  const std::size_t room = capacity;
+  std::size_t length = 0;
+  for (int i = 0; i < count; ++i) {
+    const unsigned value = bytes[i];
+    if (length + 1 >= room) return dst;
+    dst[length++] = static_cast<WideChar>(kUpperDigits[value >> 4]);
+    if (length + 1 >= room) return dst;
+    dst[length++] = static_cast<WideChar>(kUpperDigits[value & 0xF]);
+    if (spaced) {
+      if (length + 1 >= room - 1) return dst;
+      dst[length++] = ' ';
+    }
+  }
+  return dst;
+}
+
+char* ByteToHex(const unsigned char* bytes, unsigned count, char* dst, unsigned capacity,
+                bool spaced) {
+  if (bytes == nullptr || dst == nullptr || capacity < 1) return nullptr;
+  std::memset(dst, 0, capacity);
+  // Whole bytes only: a piece ("0A" or "0A ") is appended when it leaves the terminator's
+  // slot free, otherwise the text ends.
+  const std::size_t pieceLength = spaced ? 3 : 2;
+  const std::size_t room = capacity;
+  std::size_t length = 0;
+  for (unsigned i = 0; i < count; ++i) {
+    if (length + pieceLength >= room) return dst;
+    const unsigned value = bytes[i];
+    dst[length] = kUpperDigits[value >> 4];
+    dst[length + 1] = kUpperDigits[value & 0xF];
+    if (spaced) dst[length + 2] = ' ';
+    length += pieceLength;
+  }
+  return dst;
+}
+
+int HexStringToByte(const WideChar* text, unsigned char* out, int capacity) {
+  if (out == nullptr) return 0;
+  if (capacity > 0) std::memset(out, 0, static_cast<std::size_t>(capacity));
+  if (text == nullptr || capacity < 1) return 0;
+  int written = 0;
+  int pending = -1;  // a first digit waiting for its partner
+  for (const WideChar* p = text; *p != 0; ++p) {
+    const int value = hexValue(*p);
+    if (value < 0) continue;
+    if (pending < 0) {
+      pending = value;
+      continue;
+    }
+    out[written++] = static_cast<unsigned char>((pending << 4) | value);
+    pending = -1;
+    // A full output ends the walk: the rest of the text, a lone digit included, is ignored.
+    if (written == capacity) return written;
+  }
+  if (pending >= 0) out[written++] = static_cast<unsigned char>(pending);
+  return written;
+}

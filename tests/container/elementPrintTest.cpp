@@ -1,0 +1,95 @@
+// ElementToString and the compile-time type lists behind the containers.
+#include <mlib/containers.h>
+
+#include "container/containerTestUtil.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+namespace mlib {
+namespace {
+
+using testing::Text;
+using testing::TextOf;
+
+struct Unlisted {
+  int value = 7;
+};
+
+TEST(ElementToString, NumbersPrintInDecimalByTheirExactType) {
+  struct Row {
+    String got;
+    const WideChar* want;
+    const char* why;
+  };
+  const Row rows[] = {
+      {ElementToString(-5), MLIB_T("-5"), "int"},
+      {ElementToString(static_cast<short>(-32768)), MLIB_T("-32768"), "short 0x8000"},
+      {ElementToString(static_cast<unsigned short>(0x8000)), MLIB_T("32768"), "unsigned short"},
+      {ElementToString(static_cast<char>(0xE9)), MLIB_T("-23"), "char is signed"},
+      {ElementToString(static_cast<unsigned char>(0xE9)), MLIB_T("233"), "unsigned char"},
+      {ElementToString(static_cast<WideChar>(0xE9)), MLIB_T("233"), "UTF-16 unit as number"},
+      {ElementToString(4000000000u), MLIB_T("4000000000"), "unsigned int"},
+      {ElementToString(-9000000000LL), MLIB_T("-9000000000"), "64-bit"},
+      {ElementToString(ULLONG_MAX), MLIB_T("18446744073709551615"), "unsigned 64-bit"},
+      {ElementToString(static_cast<long>(-2000000000)), MLIB_T("-2000000000"), "long"},
+      {ElementToString(1.5), MLIB_T("1.500000"), "double"},
+      {ElementToString(0.25f), MLIB_T("0.250000"), "float"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.why);
+    EXPECT_EQ(TextOf(row.got), Text(row.want));
+  }
+  if (sizeof(long) == 8) {
+    EXPECT_EQ(TextOf(ElementToString(static_cast<long>(1LL << 40))), Text(MLIB_T("1099511627776")))
+        << "long keeps its full width";
+  }
+}
+
+TEST(ElementToString, TextsAndUnlistedTypes) {
+  const std::string narrow = "abc";
+  const char* ansi = "xyz";
+  const WideChar* wide = MLIB_T("wide");
+  const unsigned char* bytes = reinterpret_cast<const unsigned char*>("ub");
+  EXPECT_EQ(TextOf(ElementToString(String(MLIB_T("copy")))), Text(MLIB_T("copy")));
+  EXPECT_EQ(TextOf(ElementToString(narrow)), Text(MLIB_T("abc")));
+  EXPECT_EQ(TextOf(ElementToString(ansi)), Text(MLIB_T("xyz")));
+  EXPECT_EQ(TextOf(ElementToString(wide)), Text(MLIB_T("wide")));
+  EXPECT_EQ(TextOf(ElementToString(bytes)), Text(MLIB_T("ub")));
+
+  const WideChar* nullWide = nullptr;
+  EXPECT_TRUE(ElementToString(nullWide).IsNull());
+  EXPECT_TRUE(ElementToString(true).IsNull());
+  EXPECT_TRUE(ElementToString(static_cast<signed char>(5)).IsNull());
+  EXPECT_TRUE(ElementToString(5UL).IsNull());
+  EXPECT_TRUE(ElementToString(Unlisted{}).IsNull());
+  EXPECT_TRUE(ElementToString(MxList<int>()).IsNull());
+}
+
+TEST(ElementTypeLists, PlainValuesAndPrintablesAreTheListedTypesOnly) {
+  static_assert(detail::kIsPlainValue<int> && detail::kIsPlainValue<double>);
+  static_assert(detail::kIsPlainValue<void*> && detail::kIsPlainValue<const long*>);
+  static_assert(!detail::kIsPlainValue<String> && !detail::kIsPlainValue<bool>);
+  static_assert(!detail::kIsPlainValue<unsigned long> && !detail::kIsPlainValue<signed char>);
+  static_assert(detail::kIsPrintable<String> && detail::kIsPrintable<std::string>);
+  static_assert(detail::kIsPrintable<const WideChar*> && detail::kIsPrintable<long>);
+  static_assert(!detail::kIsPrintable<void*> && !detail::kIsPrintable<int*>);
+
+  // What the lists decide, seen through the containers: a list of a printable type prints
+  // its elements, any other list the root text; map leaves zero-fill only plain values.
+  MxList<void*> pointers;
+  pointers.AddTail(nullptr);
+  EXPECT_EQ(TextOf(pointers.PrintToString()), testing::kObjectText);
+  MxList<Unlisted> records;
+  records.AddTail(Unlisted{});
+  EXPECT_EQ(TextOf(records.PrintToString()), testing::kObjectText);
+  MxList<long> longs;
+  longs.AddTail(-1);
+  longs.AddTail(2);
+  EXPECT_EQ(TextOf(longs.PrintToString()), Text(MLIB_T("-1 2 ")));
+}
+
+}  // namespace
+}  // namespace mlib

@@ -1,0 +1,39 @@
+// MLIB_ANSI_CODEPAGE sets the ANSI code page at first use, once. Run by CTest once per
+// value, with the code page expected in MLIB_TEST_EXPECTED_ANSI_CODEPAGE.
+#include "platform/codePage.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace mlib::platform {
+namespace {
+
+TEST(AnsiCodePageEnvironment, FirstUseTakesTheVariableAndOnlyThen) {
+  const char* const expectedText = std::getenv("MLIB_TEST_EXPECTED_ANSI_CODEPAGE");
+  if (expectedText == nullptr) GTEST_SKIP() << "run through CTest, which sets the variables";
+  const unsigned expected = static_cast<unsigned>(std::stoul(expectedText));
+
+  // The first use of all is a conversion through code page 0: "中" in 936, "ÖÐ" in 1252.
+  WideChar units[3] = {};
+  const int written = multiByteToWide(kAnsiCodePage, "\xD6\xD0", -1, units, 3);
+  if (expected == 936) {
+    EXPECT_EQ(written, 2);
+    EXPECT_EQ(std::u16string(units), u"\u4E2D");
+  } else {
+    EXPECT_EQ(written, 3);
+    EXPECT_EQ(std::u16string(units), u"\u00D6\u00D0");
+  }
+  EXPECT_EQ(ansiCodePage(), expected);
+
+  // A change at run time holds: the variable is not read again.
+  const unsigned other = expected == 936 ? 1252 : 936;
+  ASSERT_TRUE(setAnsiCodePage(other));
+  EXPECT_EQ(ansiCodePage(), other);
+  ASSERT_TRUE(setAnsiCodePage(expected));
+  EXPECT_EQ(ansiCodePage(), expected);
+}
+
+}  // namespace
+}  // namespace mlib::platform
