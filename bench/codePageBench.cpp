@@ -2,16 +2,15 @@
 // converters and the C library's iconv, on 1 MiB of ASCII, Western 1252, Chinese 936 and
 // UTF-8 text. Each benchmark converts the whole text once per iteration into a buffer
 // sized beforehand (exactly, for mlib, as its callers do); bytes/s count the narrow side.
-#include "platform/codePage.h"
-
 #include <benchmark/benchmark.h>
-
 #include <iconv.h>
 
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "platform/codePage.h"
 
 #if defined(MLIB_BENCH_HAVE_ICU)
 #include <unicode/ucnv.h>
@@ -128,22 +127,30 @@ enum Sample { kAscii, kWestern, kChinese, kWesternUtf8, kChineseUtf8 };
 
 const std::string& narrowSample(Sample s) {
   switch (s) {
-    case kAscii: return texts().ascii;
-    case kWestern: return texts().western;
-    case kChinese: return texts().chinese;
-    case kWesternUtf8: return texts().westernUtf8;
-    case kChineseUtf8: break;
+    case kAscii:
+      return texts().ascii;
+    case kWestern:
+      return texts().western;
+    case kChinese:
+      return texts().chinese;
+    case kWesternUtf8:
+      return texts().westernUtf8;
+    case kChineseUtf8:
+      break;
   }
   return texts().chineseUtf8;
 }
 
 const std::u16string& wideSample(Sample s) {
   switch (s) {
-    case kAscii: return texts().asciiWide;
+    case kAscii:
+      return texts().asciiWide;
     case kWestern:
-    case kWesternUtf8: return texts().westernWide;
+    case kWesternUtf8:
+      return texts().westernWide;
     case kChinese:
-    case kChineseUtf8: break;
+    case kChineseUtf8:
+      break;
   }
   return texts().chineseWide;
 }
@@ -153,8 +160,8 @@ const std::u16string& wideSample(Sample s) {
 void mlibToWide(benchmark::State& state, unsigned codePage, Sample sample) {
   const std::string& in = narrowSample(sample);
   // Exact room, as the library's callers pass it after a size query.
-  std::vector<WideChar> out(static_cast<std::size_t>(platform::multiByteToWide(
-      codePage, in.data(), static_cast<int>(in.size()), nullptr, 0)));
+  std::vector<WideChar> out(static_cast<std::size_t>(
+      platform::multiByteToWide(codePage, in.data(), static_cast<int>(in.size()), nullptr, 0)));
   for (auto _ : state) {
     const int n = platform::multiByteToWide(codePage, in.data(), static_cast<int>(in.size()),
                                             out.data(), static_cast<int>(out.size()));
@@ -167,8 +174,8 @@ void mlibToWide(benchmark::State& state, unsigned codePage, Sample sample) {
 void mlibFromWide(benchmark::State& state, unsigned codePage, Sample sample) {
   const std::u16string& in = wideSample(sample);
   const std::size_t narrowBytes = narrowSample(sample).size();
-  std::vector<char> out(static_cast<std::size_t>(platform::wideToMultiByte(
-      codePage, in.data(), static_cast<int>(in.size()), nullptr, 0)));
+  std::vector<char> out(static_cast<std::size_t>(
+      platform::wideToMultiByte(codePage, in.data(), static_cast<int>(in.size()), nullptr, 0)));
   for (auto _ : state) {
     const int n = platform::wideToMultiByte(codePage, in.data(), static_cast<int>(in.size()),
                                             out.data(), static_cast<int>(out.size()));
@@ -209,8 +216,8 @@ void iconvToWide(benchmark::State& state, const char* charset, Sample sample) {
 
 void iconvFromWide(benchmark::State& state, const char* charset, Sample sample) {
   const std::u16string& in = wideSample(sample);
-  iconvConvert(state, charset, "UTF-16LE", reinterpret_cast<const char*>(in.data()),
-               in.size() * 2, in.size() * 3, narrowSample(sample).size());
+  iconvConvert(state, charset, "UTF-16LE", reinterpret_cast<const char*>(in.data()), in.size() * 2,
+               in.size() * 3, narrowSample(sample).size());
 }
 
 // ---- ICU ---------------------------------------------------------------------------
@@ -254,7 +261,8 @@ void icuFromWide(benchmark::State& state, const char* name, Sample sample) {
     benchmark::ClobberMemory();
   }
   ucnv_close(converter);
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
+  state.SetBytesProcessed(
+      static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
 }
 
 void icuFromUtf8(benchmark::State& state, Sample sample) {
@@ -283,7 +291,8 @@ void icuToUtf8(benchmark::State& state, Sample sample) {
     benchmark::DoNotOptimize(n);
     benchmark::ClobberMemory();
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
+  state.SetBytesProcessed(
+      static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
 }
 #endif
 

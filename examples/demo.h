@@ -12,5 +12,7 @@ std::string demoUtf8(const mlib::WideChar* text);
 void demoText();
 void demoByte();
 void demoException();
+void demoNet();
+void demoSearch();
 
 #endif  // MLIB_EXAMPLES_DEMO_H

@@ -20,5 +20,7 @@ int main() {
   demoText();
   demoByte();
   demoException();
+  demoNet();
+  demoSearch();
   return 0;
 }

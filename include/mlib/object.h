@@ -76,7 +76,7 @@ class MLIB_API MxObject {
 // are private and only T, its friend, reaches them. Copy construction and assignment are
 // public; assignment copies nothing, like MxObject's.
 template <typename T>
-class MakeFinal : public MxObject {
+class MLIB_API MakeFinal : public MxObject {
  public:
   MakeFinal(const MakeFinal& other) noexcept : MxObject(other) {}
   MakeFinal& operator=(const MakeFinal&) noexcept { return *this; }
@@ -88,7 +88,7 @@ class MakeFinal : public MxObject {
 };
 
 // The one instantiation the library exports; its members are defined once, in the library.
-extern template class MLIB_API MakeFinal<mtype>;
+extern template class MakeFinal<mtype>;
 
 // A run-time class name kept three ways, as narrow texts the record owns: the full name, the
 // class part and the namespace part. Made by MxObject::GetType; a plain value otherwise.

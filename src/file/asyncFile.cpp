@@ -261,6 +261,9 @@ void MxAsyncFileWin::onIoCompletion(IoEvent event, unsigned int errorCode, unsig
   MxAsyncFile* const file = dynamic_cast<MxAsyncFile*>(this);
   if (file == nullptr) return;
   MxException error(static_cast<int>(errorCode));
+  // The outcome is the thread's last error during the call as well, so GetCode(), which
+  // reads the last error for a code of 0, gives 0 for a success.
+  platform::setLastError(static_cast<int>(errorCode));
   callback(*file, bytes, error);
 }
 

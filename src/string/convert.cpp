@@ -3,16 +3,20 @@
 // The base conversions work on 32-bit values and wrap past them.
 #include <mlib/string.h>
 
+#include <array>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include <mlib/byte.h>
 #include <mlib/text.h>
 
 #include "platform/codePage.h"
+#include "string/storage.h"
 
 namespace mlib {
 
@@ -63,6 +67,41 @@ template <typename DigitValue>
     weight *= base;
   }
   return sum;
+}
+
+// Pairs the hexadecimal digits of text[0, units) into bytes at out, as HexStringToByte does
+// when the room cannot run out: other units are skipped, a lone last digit makes a byte of
+// its own. Returns the count written. One table lookup per unit instead of three range tests
+// (which mispredict on random digits), and no second clearing of the output: 3.2x -> 0.75x
+// the time of a bare table loop (bench/byteBench.cpp).
+[[nodiscard]] int pairHexDigits(const WideChar* text, std::size_t units,
+                                unsigned char* out) noexcept {
+  static constexpr auto kValues = [] {
+    std::array<signed char, 128> values{};
+    for (int c = 0; c < 128; ++c) {
+      const int value = c >= '0' && c <= '9'   ? c - '0'
+                        : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                        : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                               : -1;
+      values[static_cast<std::size_t>(c)] = static_cast<signed char>(value);
+    }
+    return values;
+  }();
+  int written = 0;
+  int pending = -1;
+  for (std::size_t i = 0; i < units; ++i) {
+    const WideChar c = text[i];
+    const int value = c < 128 ? kValues[c] : -1;
+    if (value < 0) continue;
+    if (pending < 0) {
+      pending = value;
+      continue;
+    }
+    out[written++] = static_cast<unsigned char>((pending << 4) | value);
+    pending = -1;
+  }
+  if (pending >= 0) out[written++] = static_cast<unsigned char>(pending);
+  return written;
 }
 
 // The unit Format's "%c" gives for the low 8 bits of code: bytes from 0x80 come out
@@ -161,12 +200,41 @@ String String::HexToDecimal() const { return HexToDecimal(*this); }
 // ---- Bytes and hexadecimal text ----------------------------------------------------------
 
 void String::ByteDataToHexString(const unsigned char* data, unsigned n, bool spaced) {
-  const unsigned long long wanted = static_cast<unsigned long long>(n) * (spaced ? 3 : 2) + 1;
-  // Beyond 32 bits the room is cut, and ByteToHex keeps the whole bytes that fit.
-  const unsigned room = wanted > UINT_MAX ? UINT_MAX : static_cast<unsigned>(wanted);
-  const std::unique_ptr<char[]> scratch(new char[room]());
-  ByteToHex(data, n, scratch.get(), room, spaced);
-  *this = scratch.get();
+  if (data == nullptr || n == 0) {
+    // No text: the buffer is cleared and kept, as assigning empty ANSI text does.
+    *this = static_cast<const WideChar*>(nullptr);
+    return;
+  }
+  // The digits and spaces are ASCII, which every ANSI code page holds as itself, so the text
+  // goes straight into the wide buffer instead of through a narrow scratch text and its
+  // conversion: 1.75x -> 0.8x the time of a bare table loop (bench/byteBench.cpp).
+  const std::size_t perByte = spaced ? 3 : 2;
+  const unsigned long long wanted = static_cast<unsigned long long>(n) * perByte;
+  if (wanted >= detail::kMaxWideCapacity) throw std::bad_alloc();
+  const auto units = static_cast<std::size_t>(wanted);
+  const unsigned capacity = getSize();
+  const auto first = reinterpret_cast<std::uintptr_t>(buffer_);
+  const auto at = reinterpret_cast<std::uintptr_t>(data);
+  const bool dataInBuffer = buffer_ != nullptr && at >= first &&
+                            at < first + std::size_t{capacity} * sizeof(WideChar);
+  WideChar* dst = buffer_;
+  if (capacity > units && !dataInBuffer) {
+    // The same buffer as an assignment of the text would keep, with the ANSI buffer.
+    detail::zeroWide(buffer_ + units, capacity - units);
+  } else {
+    dst = detail::allocWideRaw(units + 1);
+    dst[units] = 0;
+  }
+  WideChar* out = dst;
+  for (unsigned i = 0; i < n; ++i) {
+    *out++ = kUpperDigits[data[i] >> 4];
+    *out++ = kUpperDigits[data[i] & 0xF];
+    if (spaced) *out++ = ' ';
+  }
+  if (dst != buffer_) {
+    ReleaseBuffer();
+    buffer_ = dst;
+  }
 }
 
 void String::ByteDataToHexString(const Byte& bytes, bool spaced) {
@@ -200,9 +268,12 @@ int String::HexStringToByteData(unsigned char* out, unsigned size) {
 Byte String::HexStringToByteData() {
   Byte bytes;
   const int length = GetLength();
-  if (length > 0) bytes.AllocBuffer(length);
-  const int written = HexStringToByte(buffer_, bytes.GetBuffer(0), length);
-  if (written >= 0 && written <= bytes.GetBufferLength()) bytes.SetLength(written);
+  if (length <= 0) return bytes;
+  unsigned char* out = bytes.AllocBuffer(length);
+  // The Byte is already cleared and has room for every pair (at most length / 2 + 1 bytes
+  // from length units), so HexStringToByte's clearing and room checks are not needed here.
+  const int written = pairHexDigits(buffer_, static_cast<std::size_t>(length), out);
+  bytes.SetLength(written);
   return bytes;
 }
 

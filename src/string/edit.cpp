@@ -17,6 +17,7 @@
 namespace mlib {
 
 using detail::FailureTable;
+using detail::findPattern;
 using detail::wideLength;
 
 namespace {
@@ -73,14 +74,25 @@ class Rewriter {
     int matched = 0;  // units of `old` the top of the stack ends with
     done_.reserve(textUnits);
     for (;;) {
+      if (pending_.empty() && read >= textUnits) return true;
+      if (pending_.empty() && matched == 0) {
+        // No part of an occurrence on the stack: the next one lies wholly in the unread
+        // text, and the units before it go over as they are, in one piece.
+        const std::ptrdiff_t at = findPattern(text, textUnits, read, old_, oldUnits_, next);
+        const std::size_t stop = at < 0 ? textUnits : static_cast<std::size_t>(at);
+        done_.insert(done_.end(), text + read, text + stop);
+        if (at < 0) return true;
+        read = stop + oldUnits_;
+        if (!replace(textUnits - read)) return false;
+        matched = matchedAtTop();
+        continue;
+      }
       WideChar unit;
       if (!pending_.empty()) {
         unit = pending_.back();
         pending_.pop_back();
-      } else if (read < textUnits) {
-        unit = text[read++];
       } else {
-        return true;
+        unit = text[read++];
       }
       while (matched >= 0 && old_[matched] != unit) matched = next[matched];
       ++matched;
@@ -90,11 +102,7 @@ class Rewriter {
       }
       // An occurrence: its first oldUnits - 1 units are the stack's top.
       done_.resize(done_.size() - (oldUnits_ - 1));
-      if (replacementUnits_ > oldUnits_ &&
-          done_.size() + pending_.size() + (textUnits - read) + replacementUnits_ > maxUnits_) {
-        return false;
-      }
-      for (std::size_t k = replacementUnits_; k-- > 0;) pending_.push_back(replacement_[k]);
+      if (!replace(textUnits - read)) return false;
       matched = matchedAtTop();
     }
   }
@@ -102,6 +110,18 @@ class Rewriter {
   [[nodiscard]] std::vector<WideChar>& result() noexcept { return done_; }
 
  private:
+  // Puts the replacement in front of the unread input, once the occurrence it replaces
+  // is off the stack; false when the text would grow past the bound. unreadUnits: what is
+  // left of the original text.
+  bool replace(std::size_t unreadUnits) {
+    if (replacementUnits_ > oldUnits_ &&
+        done_.size() + pending_.size() + unreadUnits + replacementUnits_ > maxUnits_) {
+      return false;
+    }
+    for (std::size_t k = replacementUnits_; k-- > 0;) pending_.push_back(replacement_[k]);
+    return true;
+  }
+
   // How many units of `old` the stack's top ends with: an automaton run over its last
   // oldUnits - 1 units (a longer match would have been a whole occurrence).
   int matchedAtTop() const noexcept {

@@ -35,6 +35,14 @@ void freeWide(WideChar* buffer) noexcept;
 // As wideLength, but never counts past maxUnits: gives maxUnits when none of the first
 // maxUnits units is the terminator (a buffer whose last slot was overwritten).
 [[nodiscard]] std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept;
+// Copies src to dst up to and including its terminator, but never more than maxUnits
+// units; returns the units before the terminator, or maxUnits when none of the first
+// maxUnits units is the terminator. dst must have room for maxUnits units; src may be any
+// readable text (it is read like wideLengthBounded reads).
+std::size_t copyWideText(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept;
+// Makes `units` (at most the current capacity, at least 1) the buffer's capacity, giving
+// the rest of the block back to the heap when it is large. Returns the buffer's address.
+[[nodiscard]] WideChar* fitWide(WideChar* buffer, std::size_t units);
 // Zero-fills `units` units at dst.
 void zeroWide(WideChar* dst, std::size_t units) noexcept;
 

@@ -50,6 +50,23 @@ WideChar* widenAnsi(const char* text, std::size_t byteCount) {
   return buffer;
 }
 
+// first followed by second, each read up to its terminator but at most its bound of units,
+// in a buffer of exact capacity; null when both are empty. Each part is copied in one pass
+// into a block sized by the bounds, and the exact capacity is recorded afterwards.
+WideChar* joinTexts(const WideChar* first, std::size_t firstBound, const WideChar* second,
+                    std::size_t secondBound) {
+  WideChar* fresh = allocWideRaw(firstBound + secondBound + 1);
+  const std::size_t firstCount =
+      first == nullptr ? 0 : detail::copyWideText(fresh, first, firstBound);
+  const std::size_t secondCount = detail::copyWideText(fresh + firstCount, second, secondBound);
+  if (firstCount + secondCount == 0) {
+    freeWide(fresh);
+    return nullptr;
+  }
+  fresh[firstCount + secondCount] = 0;
+  return detail::fitWide(fresh, firstCount + secondCount + 1);
+}
+
 // Converts text to the ANSI code page in a new array of 2 x unitCount + 1 bytes.
 char* narrowToAnsi(const WideChar* text, std::size_t unitCount) {
   std::size_t byteCount = 2 * unitCount + 1;
@@ -81,8 +98,18 @@ String::String(const char* text) : String() {
 String::String(const unsigned char* text) : String(reinterpret_cast<const char*>(text)) {}
 
 String::String(const String& other) : String() {
-  const std::size_t unitCount = other.GetLength();
-  if (unitCount != 0) buffer_ = copyExact(other.buffer_, unitCount);
+  // The other's capacity bounds its length: copy in one pass into a block of that size,
+  // then record the exact capacity.
+  const std::size_t capacity = other.getSize();
+  if (capacity == 0) return;
+  WideChar* fresh = allocWideRaw(capacity + 1);
+  const std::size_t unitCount = detail::copyWideText(fresh, other.buffer_, capacity);
+  if (unitCount == 0) {
+    freeWide(fresh);
+    return;
+  }
+  fresh[unitCount] = 0;
+  buffer_ = detail::fitWide(fresh, unitCount + 1);
 }
 
 String::String(String&& other) noexcept : buffer_(other.buffer_), ansi_(other.ansi_) {
@@ -190,18 +217,17 @@ String& String::operator=(WideChar c) {
 
 String String::operator+(const WideChar* text) const {
   if (text == nullptr) return String(*this);
-  const std::size_t firstCount = GetLength();
-  const std::size_t secondCount = wideLength(text);
   String sum;
-  if (firstCount + secondCount == 0) return sum;
-  sum.buffer_ = allocWideRaw(firstCount + secondCount + 1);
-  copyUnits(sum.buffer_, buffer_, firstCount);
-  copyUnits(sum.buffer_ + firstCount, text, secondCount);
-  sum.buffer_[firstCount + secondCount] = 0;
+  sum.buffer_ = joinTexts(buffer_, getSize(), text, wideLength(text));
   return sum;
 }
 
-String String::operator+(const String& other) const { return *this + other.buffer_; }
+String String::operator+(const String& other) const {
+  if (other.buffer_ == nullptr) return String(*this);
+  String sum;
+  sum.buffer_ = joinTexts(buffer_, getSize(), other.buffer_, other.getSize());
+  return sum;
+}
 
 String String::operator+(const char* text) const {
   if (text == nullptr) return String(*this);

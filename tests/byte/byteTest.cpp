@@ -190,7 +190,8 @@ TEST(Byte, CopyMoveAndIdentity) {
   EXPECT_TRUE(source == source);
 
   Byte target("keep");
-  target = Byte();  // a Byte without storage changes nothing
+  const Byte none;
+  target = none;  // copying a Byte without storage changes nothing
   EXPECT_EQ(content(target), "keep");
   target = source;
   EXPECT_EQ(content(target), "data");

@@ -102,6 +102,12 @@ class TreeChecker {
   const char* problem_ = "";
 };
 
+// TreeChecker::Check, callable inside the assertion macros.
+template <typename K, typename V>
+::testing::AssertionResult TreeIsValid(MxMap<K, V>& map, bool strictOrder = true) {
+  return TreeChecker<K, V>::Check(map, strictOrder);
+}
+
 // Height of the tree in entries along its longest path (0 when empty).
 template <typename K, typename V>
 int EntryHeight(MxMap<K, V>& map) {

@@ -57,7 +57,8 @@ TEST(MxException, CopiesOwnTheirTexts) {
   EXPECT_EQ(ascii(copy.PrintToString()), expected);
   EXPECT_EQ(ascii(assigned.PrintToString()), expected);
 
-  assigned = assigned;
+  const MxException& alias = assigned;
+  assigned = alias;
   EXPECT_EQ(ascii(assigned.PrintToString()), expected);
   // Assignment keeps the target's class: a copy's type is still MxException.
   EXPECT_EQ(std::string(assigned.GetType().GetFullName()), "mlib::MxException");
@@ -84,6 +85,7 @@ TEST(MxException, LevelsPrintByName) {
 TEST(MxException, LongReportAsksTheOverridableLookup) {
   struct Renamed : MxException {
     using MxException::MxException;
+    using MxException::GetExceptionInfo;
     String GetExceptionInfo(int code) const override {
       return code == 42 ? String(MLIB_T("the answer")) : MxException::GetExceptionInfo(code);
     }

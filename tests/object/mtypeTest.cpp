@@ -97,7 +97,8 @@ TEST(Mtype, CopiesOwnTheirTexts) {
 
   mtype self = named("p::Q");
   const char* before = self.GetFullName();
-  self = self;
+  const mtype& alias = self;
+  self = alias;
   EXPECT_EQ(self.GetFullName(), before);
   EXPECT_EQ(str(self.GetClassNameW()), "Q");
 }

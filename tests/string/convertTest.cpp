@@ -136,6 +136,17 @@ TEST(StringConvert, BytesToHexText) {
   s.ByteDataToHexString(Byte(), true);
   EXPECT_TRUE(s.IsEmpty());
 
+  String roomy;
+  roomy.AllocBuffer(100);
+  roomy.ByteDataToHexString(bytes, 2, true);  // fits: the buffer is kept, as by assignment
+  EXPECT_EQ(shown(roomy), "0A FF ");
+  EXPECT_EQ(mlib::detail::StringAccess::capacity(roomy), 101u);
+  String tight(MLIB_T("abcd"));
+  tight.ByteDataToHexString(bytes, 2, false);  // capacity 5 > 4 units: kept
+  EXPECT_EQ(mlib::detail::StringAccess::capacity(tight), 5u);
+  tight.ByteDataToHexString(bytes, 2, true);  // 6 units: exactly 7
+  EXPECT_EQ(mlib::detail::StringAccess::capacity(tight), 7u);
+
   const String fresh = String::ByteToHexString(bytes, 2, true);
   EXPECT_EQ(shown(fresh), "0A FF ");
   EXPECT_EQ(shown(String::ByteToHexString(bytes, 0, false)), kNull);

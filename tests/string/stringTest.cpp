@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "string/storage.h"
 
@@ -328,6 +330,41 @@ TEST(String, TextFromItsOwnBufferIsReadBeforeTheChange) {
   EXPECT_EQ(text(s), u"worldworldworldworld");
   s = s.toAnsi();
   EXPECT_EQ(text(s), u"worldworldworldworld");
+}
+
+}  // namespace
+
+namespace {
+
+// The scans read whole aligned blocks; sweep start alignments, lengths and bounds against a
+// unit-by-unit count, and check the copy writes nothing past what it reports.
+TEST(StringStorage, ScanAndCopyAgreeWithAPlainLoopEverywhere) {
+  using mlib::detail::copyWideText;
+  using mlib::detail::wideLength;
+  using mlib::detail::wideLengthBounded;
+  std::vector<WideChar> source(400);
+  std::vector<WideChar> target(400);
+  for (std::size_t offset = 0; offset < 40; ++offset) {
+    for (std::size_t length = 0; length < 300; length += (length < 80 ? 1 : 37)) {
+      std::fill(source.begin(), source.end(), WideChar(0x5A5A));
+      for (std::size_t i = 0; i < length; ++i) source[offset + i] = WideChar('a' + i % 26);
+      source[offset + length] = 0;
+      const WideChar* text = source.data() + offset;
+      SCOPED_TRACE(testing::Message() << "offset " << offset << " length " << length);
+      ASSERT_EQ(wideLength(text), length);
+      for (std::size_t bound : {std::size_t{0}, length / 2, length, length + 1, length + 50}) {
+        const std::size_t want = bound < length ? bound : length;
+        ASSERT_EQ(wideLengthBounded(text, bound), want) << "bound " << bound;
+        std::fill(target.begin(), target.end(), WideChar(0x7777));
+        const std::size_t copied = copyWideText(target.data(), text, bound);
+        ASSERT_EQ(copied, want) << "bound " << bound;
+        const std::size_t written = bound <= length ? bound : length + 1;
+        for (std::size_t i = 0; i < written; ++i) ASSERT_EQ(target[i], text[i]) << i;
+        for (std::size_t i = written; i < target.size(); ++i) ASSERT_EQ(target[i], 0x7777) << i;
+      }
+    }
+  }
+  EXPECT_EQ(wideLength(nullptr), 0u);
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ TEST(HexText, WideRenderingStopsAtTheRoomEvenInsideAByte) {
       {2, false, MLIB_T("A")},
       {1, false, MLIB_T("")},
       {5, true, MLIB_T("AB 0")},        // a space needs one slot more than a digit
-      {4, true, MLIB_T("AB0")},
+      {4, true, MLIB_T("AB")},         // no room for the space: the text ends there
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(testing::Message() << r.capacity << (r.spaced ? " spaced" : ""));

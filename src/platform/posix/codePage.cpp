@@ -7,14 +7,14 @@
 
 #include "platform/codePage.h"
 
-#include "platform/posix/codePageCodecs.h"
-#include "platform/process.h"
-
 #include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+
+#include "platform/posix/codePageCodecs.h"
+#include "platform/process.h"
 
 namespace mlib::platform {
 namespace {

@@ -4,9 +4,9 @@
 #error "posix backend built for Windows"
 #endif
 
-#include "platform/posix/codePageCodecs.h"
-
 #include <cstdint>
+
+#include "platform/posix/codePageCodecs.h"
 
 namespace mlib::platform::detail {
 namespace {
@@ -49,7 +49,9 @@ const std::uint16_t* fromWideBytes() noexcept {
   return table.bytes;
 }
 
-constexpr bool isLeadByte(unsigned b) noexcept { return b - k936LeadFirst <= k936LeadLast - k936LeadFirst; }
+constexpr bool isLeadByte(unsigned b) noexcept {
+  return b - k936LeadFirst <= k936LeadLast - k936LeadFirst;
+}
 
 // The character at src[at] (not ASCII-only: any byte), advancing `at` past it. As Windows
 // does, a lead byte takes the next byte with it whatever that is, unless it is a zero or
@@ -126,9 +128,12 @@ Converted fromWide(const WideChar* src, std::size_t unitCount, unsigned char* ds
 Converted cp936ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
                       std::size_t room) noexcept {
   switch (chooseFill(dst, room, byteCount)) {
-    case Fill::kCount: return toWide<Fill::kCount>(src, byteCount, dst, room);
-    case Fill::kUnchecked: return toWide<Fill::kUnchecked>(src, byteCount, dst, room);
-    case Fill::kChecked: break;
+    case Fill::kCount:
+      return toWide<Fill::kCount>(src, byteCount, dst, room);
+    case Fill::kUnchecked:
+      return toWide<Fill::kUnchecked>(src, byteCount, dst, room);
+    case Fill::kChecked:
+      break;
   }
   return toWide<Fill::kChecked>(src, byteCount, dst, room);
 }
@@ -138,9 +143,12 @@ Converted cp936FromWide(const WideChar* src, std::size_t unitCount, unsigned cha
                         std::size_t room) noexcept {
   const std::size_t worstCase = unitCount > SIZE_MAX / 2 ? SIZE_MAX : unitCount * 2;
   switch (chooseFill(dst, room, worstCase)) {
-    case Fill::kCount: return fromWide<Fill::kCount>(src, unitCount, dst, room);
-    case Fill::kUnchecked: return fromWide<Fill::kUnchecked>(src, unitCount, dst, room);
-    case Fill::kChecked: break;
+    case Fill::kCount:
+      return fromWide<Fill::kCount>(src, unitCount, dst, room);
+    case Fill::kUnchecked:
+      return fromWide<Fill::kUnchecked>(src, unitCount, dst, room);
+    case Fill::kChecked:
+      break;
   }
   return fromWide<Fill::kChecked>(src, unitCount, dst, room);
 }

@@ -1,11 +1,11 @@
 // MLIB_ANSI_CODEPAGE sets the ANSI code page at first use, once. Run by CTest once per
 // value, with the code page expected in MLIB_TEST_EXPECTED_ANSI_CODEPAGE.
-#include "platform/codePage.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
+
+#include "platform/codePage.h"
 
 namespace mlib::platform {
 namespace {
