@@ -27,38 +27,33 @@ namespace {
 // followed by zeros up to capacity. capacity >= 1, pointers non-null.
 //
 // The rule reads "ask for k, then convert with room k if k < capacity, else capacity - 1".
-// A room of capacity - 1 writes the same k units whenever k < capacity, so converting with
-// it straight away gives the same text without the counting pass.
+// Converting with the whole capacity as room succeeds exactly when k <= capacity, and then
+// leaves what the rule leaves (for k == capacity the terminator lands in the last slot,
+// where the rule's fill puts its zero): the same text without the counting pass.
 WideChar* narrowToWideCut(unsigned codePage, WideChar* dst, const char* src,
                           int capacity) noexcept {
-  const int room = capacity - 1;
-  if (room > 0) {
-    const int written = platform::multiByteToWide(codePage, src, -1, dst, room);
-    if (written > 0) {
-      zeroRange(dst, static_cast<std::size_t>(written), static_cast<std::size_t>(capacity));
-      return dst;
-    }
+  const int written = platform::multiByteToWide(codePage, src, -1, dst, capacity);
+  if (written > 0) {
+    zeroRange(dst, static_cast<std::size_t>(written), static_cast<std::size_t>(capacity));
+    return dst;
   }
-  // The text was cut (or could not be converted): how far the platform wrote is not
-  // reported, so fill first and convert again, as the rule has it.
+  // The text is cut (or could not be converted): how far the platform wrote is not
+  // reported, so fill first and convert again with the last slot kept for the zero.
   zeroRange(dst, 0, static_cast<std::size_t>(capacity));
-  if (room > 0) (void)platform::multiByteToWide(codePage, src, -1, dst, room);
+  if (capacity > 1) (void)platform::multiByteToWide(codePage, src, -1, dst, capacity - 1);
   return dst;
 }
 
 // The mirror of narrowToWideCut. The platform never writes part of a multi-byte character,
 // so a cut never splits one.
 char* wideToNarrowCut(unsigned codePage, char* dst, const WideChar* src, int capacity) noexcept {
-  const int room = capacity - 1;
-  if (room > 0) {
-    const int written = platform::wideToMultiByte(codePage, src, -1, dst, room);
-    if (written > 0) {
-      zeroRange(dst, static_cast<std::size_t>(written), static_cast<std::size_t>(capacity));
-      return dst;
-    }
+  const int written = platform::wideToMultiByte(codePage, src, -1, dst, capacity);
+  if (written > 0) {
+    zeroRange(dst, static_cast<std::size_t>(written), static_cast<std::size_t>(capacity));
+    return dst;
   }
   zeroRange(dst, 0, static_cast<std::size_t>(capacity));
-  if (room > 0) (void)platform::wideToMultiByte(codePage, src, -1, dst, room);
+  if (capacity > 1) (void)platform::wideToMultiByte(codePage, src, -1, dst, capacity - 1);
   return dst;
 }
 
@@ -80,7 +75,10 @@ WideChar* Utf8ToWide(WideChar* dst, const char* src, int capacity) {
   if (platform::multiByteToWide(platform::kUtf8CodePage, src, -1, dst, capacity) > 0) return dst;
   // It does not fit: cut and terminate. A surrogate pair split by the cut loses its first
   // half too, so the result never ends in half a character.
-  narrowToWideCut(platform::kUtf8CodePage, dst, src, capacity);
+  zeroRange(dst, 0, static_cast<std::size_t>(capacity));
+  if (capacity > 1) {
+    (void)platform::multiByteToWide(platform::kUtf8CodePage, src, -1, dst, capacity - 1);
+  }
   if (capacity >= 2 && isHighSurrogate(dst[capacity - 2])) dst[capacity - 2] = 0;
   return dst;
 }
@@ -88,7 +86,11 @@ WideChar* Utf8ToWide(WideChar* dst, const char* src, int capacity) {
 char* WideToUtf8(char* dst, const WideChar* src, int capacity) {
   if (dst == nullptr || src == nullptr || capacity < 1) return nullptr;
   if (platform::wideToMultiByte(platform::kUtf8CodePage, src, -1, dst, capacity) > 0) return dst;
-  return wideToNarrowCut(platform::kUtf8CodePage, dst, src, capacity);
+  zeroRange(dst, 0, static_cast<std::size_t>(capacity));
+  if (capacity > 1) {
+    (void)platform::wideToMultiByte(platform::kUtf8CodePage, src, -1, dst, capacity - 1);
+  }
+  return dst;
 }
 
 char* Utf8ToANSI(char* dst, const char* src, int capacity) {

@@ -254,7 +254,8 @@ TEST(StringEdit, StartWithAndEndWith) {
       {MLIB_T("Hello"), MLIB_T("Hello!"), true, false, false},
       {MLIB_T("Hello"), MLIB_T(""), false, true, true},
       {MLIB_T("@x"), MLIB_T("`X"), true, true, false},  // StartWith's 32 rule, not letters
-      {nullptr, MLIB_T(""), false, true, false},        // a null string's tail is no text
+      {MLIB_T("x\u0391\u03a3"), MLIB_T("\u03b1\u03c3"), true, false, true},  // Greek too
+      {nullptr, MLIB_T(""), false, true, false},  // a null string's tail is no text
       {MLIB_T("Hello"), nullptr, true, false, false},
   };
   for (const Row& r : rows) {

@@ -35,14 +35,17 @@ int formatWide(WideChar* dst, unsigned room, const WideChar* format, ...) noexce
   int written = 0;
   if (room >= kFormatWideLimit) {
     written = ::wvsprintfW(dst, format, args);
+    // A cut rendering: some versions count the terminator's slot too.
+    if (written >= static_cast<int>(kFormatWideLimit)) {
+      written = static_cast<int>(kFormatWideLimit) - 1;
+      dst[written] = 0;
+    }
   } else {
     // The system formatter takes no size: render into its full-size buffer, then cut.
     WideChar full[kFormatWideLimit + 1] = {};
-    const int fullUnits = ::wvsprintfW(full, format, args);
-    const unsigned kept = fullUnits < 0 ? 0u
-                          : static_cast<unsigned>(fullUnits) < room
-                              ? static_cast<unsigned>(fullUnits)
-                              : room - 1;
+    (void)::wvsprintfW(full, format, args);
+    unsigned kept = 0;
+    while (kept + 1 < room && full[kept] != 0) ++kept;
     std::memcpy(dst, full, kept * sizeof(WideChar));
     dst[kept] = 0;
     written = static_cast<int>(kept);
