@@ -10,9 +10,12 @@
 std::string demoUtf8(const mlib::WideChar* text);
 
 void demoText();
+void demoString();
 void demoByte();
 void demoException();
+void demoFile();
 void demoNet();
 void demoSearch();
+void demoContainer();
 
 #endif  // MLIB_EXAMPLES_DEMO_H

@@ -1,11 +1,11 @@
 // Exceptions: a real failure (opening a file that does not exist) reported both ways, the
 // registry's message for a library code, and the exception the index operators throw.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cerrno>
 #include <cstdio>
+
+#include "demo.h"
 
 void demoException() {
   std::printf("\n-- Exceptions: reports of a failed open --\n");

@@ -18,9 +18,12 @@ std::string demoUtf8(const mlib::WideChar* text) {
 int main() {
   std::printf("mlib demo host\n==============\n");
   demoText();
+  demoString();
   demoByte();
   demoException();
+  demoFile();
   demoNet();
   demoSearch();
+  demoContainer();
   return 0;
 }

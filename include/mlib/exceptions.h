@@ -43,9 +43,9 @@ class MLIB_API MxBaseException : public MxObject {
   // Code 0, level 0, no description; for derived classes that set the rest themselves.
   MxBaseException() noexcept = default;
 
-  int code_ = 0;                        // 0, a registry code or a system error code
-  int level_ = 0;                       // see the level names above
-  WideChar* description_ = nullptr;     // owned copy on the runtime heap, or null
+  int code_ = 0;                     // 0, a registry code or a system error code
+  int level_ = 0;                    // see the level names above
+  WideChar* description_ = nullptr;  // owned copy on the runtime heap, or null
 
  private:
   friend class MxException;

@@ -1,6 +1,5 @@
 // MxException: construction, copies and the two framed text reports.
 #include <mlib/exceptions.h>
-
 #include <mlib/text.h>
 
 #include <cstdlib>
@@ -81,9 +80,8 @@ String MxException::PrintToString(const MxBaseException* e) {
   const std::size_t roomUnits = 2 * (kShortReportFormatUnits + unitLength(e->description_));
   auto* rendering = static_cast<WideChar*>(std::malloc(roomUnits * sizeof(WideChar)));
   if (rendering == nullptr) throw std::bad_alloc();
-  const unsigned room = roomUnits > platform::kFormatWideLimit
-                            ? platform::kFormatWideLimit
-                            : static_cast<unsigned>(roomUnits);
+  const unsigned room = roomUnits > platform::kFormatWideLimit ? platform::kFormatWideLimit
+                                                               : static_cast<unsigned>(roomUnits);
   platform::formatWide(rendering, room, kShortReportFormat, e->code_, level, e->description_);
   StrCpyT(reportUnits, rendering, static_cast<int>(String::BufferSize));
   std::free(rendering);

@@ -10,11 +10,16 @@ namespace mlib::detail {
 // double n, as the reports always have); "Unknown" for every other value.
 [[nodiscard]] inline const WideChar* levelName(int level) noexcept {
   switch (level) {
-    case 0: return MLIB_T("Info");
-    case 1: return MLIB_T("Warnning");
-    case 2: return MLIB_T("Serious");
-    case 3: return MLIB_T("Fatal");
-    default: return MLIB_T("Unknown");
+    case 0:
+      return MLIB_T("Info");
+    case 1:
+      return MLIB_T("Warnning");
+    case 2:
+      return MLIB_T("Serious");
+    case 3:
+      return MLIB_T("Fatal");
+    default:
+      return MLIB_T("Unknown");
   }
 }
 

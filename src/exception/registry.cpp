@@ -7,7 +7,6 @@
 // reclaimed with the process (on an unload before the end of the process, the few entries
 // stay allocated; the library keeps no other state).
 #include <mlib/exceptions.h>
-
 #include <mlib/syncMap.h>
 
 #include <new>

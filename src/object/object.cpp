@@ -1,7 +1,6 @@
 // MxObject: the root's default operations, its allocation operators over malloc/free and
 // the run-time class name behind GetType.
 #include <mlib/object.h>
-
 #include <mlib/string.h>
 
 #include <memory>

@@ -21,11 +21,10 @@ unsigned systemErrorText(int code, WideChar* dst, unsigned room) noexcept;
 constexpr unsigned kFormatWideLimit = 1024;
 
 // wsprintfW: renders `format` into dst, at most min(room, kFormatWideLimit) units including
-// the terminator, and returns the units written, terminator excluded. The conversions are
-// %d and %i (int), %u (unsigned), %c (a WideChar passed as int), %s (a const WideChar*; a
-// null pointer prints "(null)") and %%. Windows hands the work to wvsprintfW; the POSIX
-// formatter does the same for these conversions and copies any other '%' literally.
-// Returns 0, writing nothing, when dst or format is null or room is 0.
+// the terminator, and returns the units written, terminator excluded. Callers use only %d
+// (int), %s (a const WideChar*; a null pointer prints "(null)") and %%: Windows hands the
+// work to wvsprintfW, and the POSIX formatter renders these exactly as it does. Returns 0,
+// writing nothing, when dst or format is null or room is 0.
 int formatWide(WideChar* dst, unsigned room, const WideChar* format, ...) noexcept;
 
 }  // namespace mlib::platform

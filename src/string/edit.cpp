@@ -147,29 +147,31 @@ class Rewriter {
 
 // A new buffer of exactly the right size holding text[0, textUnits) with every unit equal to
 // `old` replaced by replacement[0, replacementUnits); null when the result would be longer
-// than kMaxReplacedUnits.
+// than kMaxReplacedUnits. Plain unit loops: frequent units make a block scan stop too often
+// to pay (a call of nextCandidate per occurrence was no faster on 1 MiB with a unit in
+// eight replaced), and the counting and one-for-one loops are vectorised by the compiler.
 WideChar* replaceEachUnit(const WideChar* text, std::size_t textUnits, WideChar old,
                           const WideChar* replacement, std::size_t replacementUnits) {
   std::size_t count = 0;
-  for (std::size_t at = 0;; ++at, ++count) {
-    at = detail::nextCandidate(text, textUnits, at, old, old, 0);
-    if (at >= textUnits) break;
-  }
+  for (std::size_t i = 0; i < textUnits; ++i) count += text[i] == old ? 1 : 0;
   const std::size_t growth = replacementUnits > 0 ? replacementUnits - 1 : 0;
   if (growth != 0 && count > (kMaxReplacedUnits - textUnits) / growth) return nullptr;
   const std::size_t resultUnits = textUnits - count + count * replacementUnits;
   WideChar* fresh = detail::allocWideRaw(resultUnits + 1);
-  WideChar* out = fresh;
-  for (std::size_t from = 0; from < textUnits;) {
-    const std::size_t at = detail::nextCandidate(text, textUnits, from, old, old, 0);
-    std::memcpy(out, text + from, (at - from) * sizeof(WideChar));
-    out += at - from;
-    if (at >= textUnits) break;
-    std::memcpy(out, replacement, replacementUnits * sizeof(WideChar));
-    out += replacementUnits;
-    from = at + 1;
+  fresh[resultUnits] = 0;
+  if (replacementUnits == 1) {
+    const WideChar with = replacement[0];
+    for (std::size_t i = 0; i < textUnits; ++i) fresh[i] = text[i] == old ? with : text[i];
+    return fresh;
   }
-  *out = 0;
+  WideChar* out = fresh;
+  for (std::size_t i = 0; i < textUnits; ++i) {
+    if (text[i] != old) {
+      *out++ = text[i];
+    } else {
+      for (std::size_t k = 0; k < replacementUnits; ++k) *out++ = replacement[k];
+    }
+  }
   return fresh;
 }
 
@@ -276,7 +278,7 @@ void String::Replace(const WideChar* oldText, const WideChar* newText) {
   if (oldUnits == 1) {
     // One unit replaced by text without it: no pass can make a new occurrence, so every
     // unit equal to it is replaced exactly once, in one sweep straight into the new buffer.
-    // 1 MiB with a space every eighth unit: 6 times faster than through Rewriter.
+    // 1 MiB with a space every eighth unit: 3 times faster than through Rewriter.
     WideChar* fresh = replaceEachUnit(buffer_, textUnits, oldText[0], newText, newUnits);
     if (fresh == nullptr) return;
     ReleaseBuffer();

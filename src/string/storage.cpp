@@ -10,16 +10,10 @@
 namespace mlib::detail {
 namespace {
 
-// Eight bytes keep the units 8-byte aligned behind it, which the scans below like.
-struct alignas(8) BlockHeader {
-  unsigned capacity;  // UTF-16 units asked for, terminator slot included
-  unsigned reserved;
-};
-static_assert(sizeof(BlockHeader) == 8);
+using BlockHeader = WideBlockHeader;
 
 BlockHeader* headerOf(const WideChar* buffer) noexcept {
-  return reinterpret_cast<BlockHeader*>(
-      const_cast<char*>(reinterpret_cast<const char*>(buffer)) - sizeof(BlockHeader));
+  return const_cast<BlockHeader*>(wideHeaderOf(buffer));
 }
 
 WideChar* unitsOf(BlockHeader* header) noexcept {
@@ -40,7 +34,6 @@ WideChar* allocWideRaw(std::size_t units) {
   if (block == nullptr) throw std::bad_alloc();
   auto* header = static_cast<BlockHeader*>(block);
   header->capacity = static_cast<unsigned>(units);
-  header->reserved = 0;
   return unitsOf(header);
 }
 
@@ -57,10 +50,6 @@ void freeWide(WideChar* buffer) noexcept {
   if (buffer != nullptr) std::free(headerOf(buffer));
 }
 
-unsigned wideCapacity(const WideChar* buffer) noexcept {
-  return buffer == nullptr ? 0 : headerOf(buffer)->capacity;
-}
-
 WideChar* regrowWide(WideChar* buffer, std::size_t units) {
   if (buffer == nullptr) return allocWideZeroed(units);
   if (units == 0) units = 1;
@@ -72,10 +61,6 @@ WideChar* regrowWide(WideChar* buffer, std::size_t units) {
   WideChar* grown = unitsOf(header);
   if (units > oldUnits) zeroWide(grown + oldUnits, units - oldUnits);
   return grown;
-}
-
-void zeroWide(WideChar* dst, std::size_t units) noexcept {
-  if (units != 0) std::memset(dst, 0, units * sizeof(WideChar));
 }
 
 WideChar* fitWide(WideChar* buffer, std::size_t units) {

@@ -8,6 +8,7 @@
 #include <mlib/string.h>
 
 #include <cstddef>
+#include <cstring>
 
 namespace mlib::detail {
 
@@ -22,8 +23,22 @@ constexpr std::size_t kMaxWideCapacity = 0x7FFFFFFFu;
 [[nodiscard]] WideChar* allocWideRaw(std::size_t units);
 // Releases a buffer from the functions here; null does nothing.
 void freeWide(WideChar* buffer) noexcept;
+// What sits in front of every wide buffer. Sixteen bytes keep the units as aligned as the
+// heap's blocks, so the scans start on whole 16-byte blocks at once.
+struct alignas(16) WideBlockHeader {
+  unsigned capacity;  // UTF-16 units asked for, terminator slot included
+};
+static_assert(sizeof(WideBlockHeader) == 16);
+
+inline const WideBlockHeader* wideHeaderOf(const WideChar* buffer) noexcept {
+  return reinterpret_cast<const WideBlockHeader*>(reinterpret_cast<const char*>(buffer) -
+                                                  sizeof(WideBlockHeader));
+}
+
 // The capacity the buffer was allocated with; 0 for null.
-[[nodiscard]] unsigned wideCapacity(const WideChar* buffer) noexcept;
+[[nodiscard]] inline unsigned wideCapacity(const WideChar* buffer) noexcept {
+  return buffer == nullptr ? 0 : wideHeaderOf(buffer)->capacity;
+}
 // Grows (or shrinks) the block in place where the heap can, keeping the first
 // min(old, new) units; units past the old capacity come back zero. Returns the buffer's new
 // address (the old one is gone). Throws std::bad_alloc, leaving the old block untouched.
@@ -40,11 +55,21 @@ void freeWide(WideChar* buffer) noexcept;
 // maxUnits units is the terminator. dst must have room for maxUnits units; src may be any
 // readable text (it is read like wideLengthBounded reads).
 std::size_t copyWideText(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept;
+// Widens src[0, byteCount) byte for byte into dst while every byte is ASCII (below 0x80).
+// False, with dst partly written, at the first byte that is not.
+[[nodiscard]] bool widenAscii(WideChar* dst, const char* src, std::size_t byteCount) noexcept;
 // Makes `units` (at most the current capacity, at least 1) the buffer's capacity, giving
 // the rest of the block back to the heap when it is large. Returns the buffer's address.
 [[nodiscard]] WideChar* fitWide(WideChar* buffer, std::size_t units);
-// Zero-fills `units` units at dst.
-void zeroWide(WideChar* dst, std::size_t units) noexcept;
+// Zero-fills `units` units at dst (any pointer when units is 0).
+inline void zeroWide(WideChar* dst, std::size_t units) noexcept {
+  // The usual case clears a unit or two behind a text: no call for that.
+  if (units <= 4) {
+    for (std::size_t i = 0; i < units; ++i) dst[i] = 0;
+    return;
+  }
+  std::memset(dst, 0, units * sizeof(WideChar));
+}
 
 // Internal access to a String's representation, for the library's own code and its tests.
 struct StringAccess {

@@ -171,4 +171,24 @@ MLIB_NO_ASAN std::size_t copyWideText(WideChar* dst, const WideChar* src,
   return maxUnits;
 }
 
+bool widenAscii(WideChar* dst, const char* src, std::size_t byteCount) noexcept {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(src);
+  std::size_t i = 0;
+#if defined(MLIB_WIDE_SCAN_SIMD)
+  const __m128i zero = _mm_setzero_si128();
+  for (; byteCount - i >= 16; i += 16) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
+    if (_mm_movemask_epi8(block) != 0) return false;  // a byte of 0x80 or more
+    auto* out = reinterpret_cast<__m128i*>(dst + i);
+    _mm_storeu_si128(out, _mm_unpacklo_epi8(block, zero));
+    _mm_storeu_si128(out + 1, _mm_unpackhi_epi8(block, zero));
+  }
+#endif
+  for (; i < byteCount; ++i) {
+    if (bytes[i] >= 0x80) return false;
+    dst[i] = bytes[i];
+  }
+  return true;
+}
+
 }  // namespace mlib::detail

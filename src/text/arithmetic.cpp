@@ -14,6 +14,13 @@ namespace {
   return static_cast<long long>(value);
 }
 
+// The value rounded to a 64-bit double. 32-bit x86 builds may keep intermediates in the
+// x87's wider registers; the answers must be those of double arithmetic on every build.
+[[nodiscard]] double asDouble(double value) noexcept {
+  volatile double stored = value;
+  return stored;
+}
+
 }  // namespace
 
 long long Power(int base, int exponent) {
@@ -26,7 +33,7 @@ long long Power(int base, int exponent) {
   constexpr double kTwoTo63 = 9223372036854775808.0;
   double product = base;
   for (int step = 1; step < exponent; ++step) {
-    product *= base;
+    product = asDouble(product * base);
     if (product >= kTwoTo63 || product <= -kTwoTo63) return LLONG_MIN;
   }
   return truncateToInt64(product);
@@ -34,7 +41,8 @@ long long Power(int base, int exponent) {
 
 long long Divide(long long dividend, long long divisor) {
   if (divisor == 0) return 0;
-  const double quotient = static_cast<double>(dividend) / static_cast<double>(divisor);
+  const double quotient = asDouble(asDouble(static_cast<double>(dividend)) /
+                                   asDouble(static_cast<double>(divisor)));
   const long long truncated = truncateToInt64(quotient);
   const double whole = static_cast<double>(truncated);
   if (quotient > 0 && quotient - whole >= 0.5) return truncated + 1;

@@ -1,6 +1,6 @@
-// Helpers shared by the container tests: a String's text for comparisons, MxObject's text,
-// and a test-only inspection of an MxMap's tree (the red-black invariants, the order by hash,
-// the count, and a post-order iteration that must visit every entry once, the root last).
+// Helpers shared by the container tests: a String's text, MxObject's text, and a test-only
+// inspection of an MxMap's tree (red-black invariants, order by the keys' hashes, count, and
+// a post-order iteration that visits every entry once, the root last).
 #ifndef MLIB_TESTS_CONTAINER_CONTAINERTESTUTIL_H
 #define MLIB_TESTS_CONTAINER_CONTAINERTESTUTIL_H
 
@@ -26,107 +26,78 @@ inline Text TextOf(const String& s) {
 inline const Text kObjectText =
     MLIB_T("String can not be printed, as the class couldn't interpret this type of instance yet.");
 
+// The map's key hash, reached from outside the map.
+template <typename K>
+struct HashOf : MxContainerHash<K, int> {
+  using MxContainerHash<K, int>::hashKey;
+};
+
 template <typename K, typename V>
 class TreeChecker {
  public:
   using Node = typename MxMap<K, V>::NODE;
 
-  // strictOrder: hashes strictly increase from left to right (no two keys share a hash).
-  static ::testing::AssertionResult Check(MxMap<K, V>& map, bool strictOrder) {
-    TreeChecker checker;
-    Node* any = map.GetFirstNode();
-    if (any == nullptr) {
-      if (map.GetCount() != 0 || !map.IsEmpty()) {
-        return ::testing::AssertionFailure() << "no entry iterated but count " << map.GetCount();
-      }
-      return ::testing::AssertionSuccess();
-    }
-    Node* root = any;
-    while (root->parent != nullptr) root = root->parent;
-    if (root->colour != 0) return ::testing::AssertionFailure() << "red root";
-    if (checker.blackHeight(root) < 0) return ::testing::AssertionFailure() << checker.problem_;
-    for (std::size_t i = 1; i < checker.hashes_.size(); ++i) {
-      const bool inOrder = strictOrder ? checker.hashes_[i - 1] < checker.hashes_[i]
-                                       : checker.hashes_[i - 1] <= checker.hashes_[i];
-      if (!inOrder) return ::testing::AssertionFailure() << "hash order broken at " << i;
-    }
-    if (checker.entries_.size() != map.GetCount() || map.IsEmpty()) {
-      return ::testing::AssertionFailure()
-             << checker.entries_.size() << " entries in the tree, count " << map.GetCount();
-    }
-    std::set<Node*> seen;
-    Node* last = nullptr;
-    for (Node* n = map.GetFirstNode(); n != nullptr; n = map.GetNextNode()) {
-      if (checker.entries_.count(n) == 0) return ::testing::AssertionFailure() << "iterated a non-entry";
-      if (!seen.insert(n).second) return ::testing::AssertionFailure() << "entry iterated twice";
-      last = n;
-    }
-    if (seen.size() != checker.entries_.size()) {
-      return ::testing::AssertionFailure() << "iteration visited " << seen.size() << " of "
-                                           << checker.entries_.size();
-    }
-    if (last != root) return ::testing::AssertionFailure() << "root not iterated last";
-    return ::testing::AssertionSuccess();
-  }
-
- private:
-  // Black nodes on every path down to a leaf (the leaf counted), or -1 with problem_ set.
-  // Collects the entries and their hashes in order on the way.
-  int blackHeight(Node* node) {
-    const bool leaf = node->left == nullptr && node->right == nullptr;
-    if (leaf) {
-      if (node->colour != 0) return fail("red leaf");
-      return 1;
-    }
-    if (node->left == nullptr || node->right == nullptr) return fail("entry with one child");
-    if (node->left->parent != node || node->right->parent != node) return fail("parent link");
+  // Black nodes on every path down to a leaf (the leaf counted), or -1 with problem set.
+  // Collects the entries and their keys' hashes in order on the way.
+  int BlackHeight(const Node* node) {
+    if (node->left == nullptr && node->right == nullptr) return node->colour == 0 ? 1 : Fail("red leaf");
+    if (node->left == nullptr || node->right == nullptr) return Fail("entry with one child");
+    if (node->left->parent != node || node->right->parent != node) return Fail("parent link");
     if (node->colour == 1 && (node->left->colour == 1 || node->right->colour == 1)) {
-      return fail("red node with a red child");
+      return Fail("red node with a red child");
     }
-    const int left = blackHeight(node->left);
-    if (left < 0) return -1;
-    entries_.insert(node);
-    hashes_.push_back(node->hash);
-    const int right = blackHeight(node->right);
-    if (right < 0) return -1;
-    if (left != right) return fail("unequal black heights");
+    const int left = BlackHeight(node->left);
+    entries.insert(node);
+    hashes.push_back(HashOf<K>::hashKey(node->key));
+    const int right = BlackHeight(node->right);
+    if (left < 0 || right < 0) return -1;
+    if (left != right) return Fail("unequal black heights");
     return left + (node->colour == 0 ? 1 : 0);
   }
-  int fail(const char* why) {
-    problem_ = why;
+  int Fail(const char* why) {
+    problem = why;
     return -1;
   }
 
-  std::set<Node*> entries_;
-  std::vector<std::uint32_t> hashes_;
-  const char* problem_ = "";
+  std::set<const Node*> entries;
+  std::vector<std::uint32_t> hashes;
+  const char* problem = "";
 };
 
-// TreeChecker::Check, callable inside the assertion macros.
+// strictOrder: hashes strictly increase from left to right (no two keys share a hash).
 template <typename K, typename V>
 ::testing::AssertionResult TreeIsValid(MxMap<K, V>& map, bool strictOrder = true) {
-  return TreeChecker<K, V>::Check(map, strictOrder);
-}
-
-// Height of the tree in entries along its longest path (0 when empty).
-template <typename K, typename V>
-int EntryHeight(MxMap<K, V>& map) {
   using Node = typename MxMap<K, V>::NODE;
-  Node* any = map.GetFirstNode();
-  if (any == nullptr) return 0;
-  Node* root = any;
-  while (root->parent != nullptr) root = root->parent;
-  int best = 0;
-  std::vector<std::pair<Node*, int>> stack{{root, 1}};
-  while (!stack.empty()) {
-    auto [node, depth] = stack.back();
-    stack.pop_back();
-    if (node->left == nullptr && node->right == nullptr) continue;
-    if (depth > best) best = depth;
-    stack.push_back({node->left, depth + 1});
-    stack.push_back({node->right, depth + 1});
+  const Node* root = map.GetFirstNode();
+  if (root == nullptr) {
+    if (map.GetCount() == 0 && map.IsEmpty()) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "nothing iterated, count " << map.GetCount();
   }
-  return best;
+  while (root->parent != nullptr) root = root->parent;
+  TreeChecker<K, V> checker;
+  if (root->colour != 0) return ::testing::AssertionFailure() << "red root";
+  if (checker.BlackHeight(root) < 0) return ::testing::AssertionFailure() << checker.problem;
+  for (std::size_t i = 1; i < checker.hashes.size(); ++i) {
+    const std::uint32_t a = checker.hashes[i - 1];
+    const std::uint32_t b = checker.hashes[i];
+    if (strictOrder ? a >= b : a > b) return ::testing::AssertionFailure() << "order at " << i;
+  }
+  if (checker.entries.size() != map.GetCount()) {
+    return ::testing::AssertionFailure() << checker.entries.size() << " entries, count "
+                                         << map.GetCount();
+  }
+  std::set<const Node*> seen;
+  const Node* last = nullptr;
+  for (const Node* n = map.GetFirstNode(); n != nullptr; n = map.GetNextNode()) {
+    if (checker.entries.count(n) == 0 || !seen.insert(n).second) {
+      return ::testing::AssertionFailure() << "iteration answered a leaf or an entry twice";
+    }
+    last = n;
+  }
+  if (seen.size() != checker.entries.size() || last != root) {
+    return ::testing::AssertionFailure() << "iteration missed entries or ended before the root";
+  }
+  return ::testing::AssertionSuccess();
 }
 
 }  // namespace mlib::testing

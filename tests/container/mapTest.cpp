@@ -6,24 +6,18 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <map>
 #include <random>
 #include <set>
-#include <stdexcept>
 #include <vector>
 
 namespace mlib {
 namespace {
 
+using testing::HashOf;
 using testing::Text;
 using testing::TextOf;
 using testing::TreeIsValid;
-
-template <typename K>
-struct HashOf : MxContainerHash<K, int> {
-  using MxContainerHash<K, int>::hashKey;
-};
 
 template <typename K, typename V>
 std::vector<K> IteratedKeys(MxMap<K, V>& map) {
@@ -42,13 +36,11 @@ TEST(MxMap, EmptyMapAnswersNothing) {
   EXPECT_EQ(map.GetCount(), 0u);
   EXPECT_FALSE(map.ContainsKey(1));
   EXPECT_FALSE(map.GetFirst(key, value));
-  EXPECT_FALSE(map.GetNext(key, value));
   EXPECT_EQ(map.LookupPtr(1), nullptr);
   EXPECT_FALSE(map.Lookup(key, value));
   EXPECT_FALSE(map.SetAt(1, value));
   EXPECT_FALSE(map.Remove(1));
   EXPECT_FALSE(map.RemoveCurrent());
-  EXPECT_EQ(map.FindNode(nullptr), nullptr);
 }
 
 TEST(MxMap, LookupSetAtAndRemove) {
@@ -58,17 +50,12 @@ TEST(MxMap, LookupSetAtAndRemove) {
   EXPECT_FALSE(map.ContainsKey(9)) << "SetAt never adds";
   EXPECT_TRUE(map.SetAt(3, String(MLIB_T("thirty"))));
   EXPECT_EQ(TextOf(*map.LookupPtr(3)), Text(MLIB_T("thirty")));
-
   int key = 4;
   String value;
   EXPECT_TRUE(map.Lookup(key, value, true));
   EXPECT_EQ(TextOf(value), Text(MLIB_T("40")));
   EXPECT_FALSE(map.ContainsKey(4));
   EXPECT_EQ(map.GetCount(), 4u);
-  EXPECT_TRUE(map.Lookup(key = 5, value));
-  EXPECT_EQ(TextOf(value), Text(MLIB_T("50")));
-  EXPECT_EQ(map.GetCount(), 4u);
-  EXPECT_FALSE(map.Remove(4));
   EXPECT_TRUE(TreeIsValid(map));
 }
 
@@ -77,41 +64,26 @@ TEST(MxMap, KeysOneToSevenIterateInPostOrderRootLast) {
   MxMap<int, int> map;
   for (int k = 1; k <= 7; ++k) map.Add(k, -k);
   EXPECT_EQ(IteratedKeys(map), (std::vector<int>{1, 3, 5, 7, 6, 4, 2}));
-  EXPECT_TRUE(TreeIsValid(map));
-
-  const std::vector<std::vector<int>> orders = {
-      {1, 2, 3, 4, 5, 6, 7}, {7, 6, 5, 4, 3, 2, 1}, {4, 2, 6, 1, 7, 3, 5}};
-  for (const auto& order : orders) {
+  for (const auto& order : {std::vector<int>{1, 2, 3, 4, 5, 6, 7}, {7, 6, 5, 4, 3, 2, 1},
+                            {4, 2, 6, 1, 7, 3, 5}}) {
     MxMap<int, int> m;
     for (int k = 1; k <= 7; ++k) m.Add(k, k);
     for (int k : order) {
       ASSERT_TRUE(m.Remove(k));
       ASSERT_TRUE(TreeIsValid(m));
     }
-    EXPECT_TRUE(m.IsEmpty());
     EXPECT_EQ(m.GetFirstNode(), nullptr);
   }
-}
 
-TEST(MxMap, OneEntryMapIteratesOnce) {
-  MxMap<int, int> map;
-  map.Add(8, 80);
+  MxMap<int, int> one;  // one entry: answered once, the cursor stays on it
+  one.Add(8, 80);
+  EXPECT_EQ(IteratedKeys(one), (std::vector<int>{8}));
   int key = 0;
   int value = 0;
-  ASSERT_TRUE(map.GetFirst(key, value));
-  EXPECT_EQ(key, 8);
-  EXPECT_EQ(value, 80);
-  EXPECT_FALSE(map.GetNext(key, value));
-  EXPECT_FALSE(map.GetNext(key, value));
-  int* keyPtr = nullptr;
-  ASSERT_TRUE(map.GetFirstPtr(&keyPtr, nullptr));
-  EXPECT_EQ(*keyPtr, 8);
-  EXPECT_FALSE(map.GetNextPtr(&keyPtr, nullptr));
-
-  ASSERT_TRUE(map.GetFirst(key, value));
-  EXPECT_TRUE(map.RemoveCurrent()) << "the cursor stands on the single entry";
-  EXPECT_TRUE(map.IsEmpty());
-  EXPECT_FALSE(map.GetNext(key, value));
+  EXPECT_FALSE(one.GetNext(key, value));
+  ASSERT_TRUE(one.GetFirst(key, value));
+  EXPECT_TRUE(one.RemoveCurrent());
+  EXPECT_TRUE(one.IsEmpty());
 }
 
 TEST(MxMap, HashPerKeyType) {
@@ -119,38 +91,26 @@ TEST(MxMap, HashPerKeyType) {
   EXPECT_EQ(HashOf<String>::hashKey(String(MLIB_T("abc"))), 1677554u);
   EXPECT_EQ(HashOf<std::string>::hashKey(std::string("abc")), 1677554u);
   EXPECT_EQ(HashOf<String>::hashKey(String()), 0xFFFFFFFFu) << "no text";
-  String empty;
-  empty.AllocBuffer(4);
-  EXPECT_EQ(HashOf<String>::hashKey(empty), 0u);
-  EXPECT_EQ(HashOf<int>::hashKey(-1), 0xFFFFFFFFu);
   EXPECT_EQ(HashOf<short>::hashKey(static_cast<short>(-1)), 0xFFFFFFFFu) << "by value";
   EXPECT_EQ(HashOf<unsigned char>::hashKey(static_cast<unsigned char>(200)), 200u);
   EXPECT_EQ(HashOf<long long>::hashKey((1LL << 32) + 5), 5u) << "low 32 bits";
-}
 
-TEST(MxMap, NegativeIntKeysOrderAfterNonNegativeOnes) {
-  MxMap<int, int> map;
-  map.Add(5, 0);
-  map.Add(3, 0);
-  map.Add(-1, 0);  // hash 0xFFFFFFFF: right of 5, not left of 3
+  MxMap<int, int> map;  // -1 hashes to 0xFFFFFFFF: right of 5, not left of 3
+  for (int k : {5, 3, -1}) map.Add(k, 0);
   EXPECT_EQ(IteratedKeys(map), (std::vector<int>{3, -1, 5}));
 }
 
-TEST(MxMap, KeysOfEqualHashAreOneKeyForLookups) {
+TEST(MxMap, KeysOfEqualHashAreOneKeyForLookupsYetAllStay) {
   // "Aa" and "B\u00DE" (0xDE = -34 as a signed byte): 65 * 131 + 97 == 66 * 131 - 34.
-  MxMap<String, int> map;
-  map.Add(String(MLIB_T("Aa")), 1);
-  EXPECT_TRUE(map.ContainsKey(String(MLIB_T("B\u00DE"))));
-  EXPECT_EQ(*map.LookupPtr(String(MLIB_T("B\u00DE"))), 1);
-  EXPECT_FALSE(map.ContainsKey(String(MLIB_T("Ab"))));
+  MxMap<String, int> texts;
+  texts.Add(String(MLIB_T("Aa")), 1);
+  EXPECT_EQ(*texts.LookupPtr(String(MLIB_T("B\u00DE"))), 1);
+  EXPECT_FALSE(texts.ContainsKey(String(MLIB_T("Ab"))));
 
-  // Adding a second key of that hash keeps both reachable; removal finds them in turn.
-  MxMap<long long, int> twins;
-  const long long step = 1LL << 32;
-  for (int i = 0; i < 40; ++i) twins.Add(7 + (i % 5) * step, i);
+  MxMap<long long, int> twins;  // 7 + i * 2^32 all hash to 7
+  for (int i = 0; i < 40; ++i) twins.Add(7 + (i % 5) * (1LL << 32), i);
   for (int i = 100; i < 120; ++i) twins.Add(i, i);
   ASSERT_TRUE(TreeIsValid(twins, false));
-  EXPECT_EQ(IteratedKeys(twins).size(), 60u);
   for (int left = 40; left > 0; --left) {
     ASSERT_TRUE(twins.Remove(7)) << left;
     ASSERT_TRUE(TreeIsValid(twins, false));
@@ -165,7 +125,7 @@ TEST(MxMap, RandomAddsAndRemovesKeepTheTreeValid) {
     std::mt19937 random(seed);
     MxMap<int, String> map;
     std::map<int, int> reference;
-    for (int step = 0; step < 3000; ++step) {
+    for (int step = 0; step < 2500; ++step) {
       const int key = static_cast<int>(random() % 600) - 100;
       const unsigned op = random() % 10;
       if (op < 5 && reference.count(key) == 0) {
@@ -177,9 +137,7 @@ TEST(MxMap, RandomAddsAndRemovesKeepTheTreeValid) {
         int k = key;
         String value;
         ASSERT_EQ(map.Lookup(k, value, true), reference.erase(key) == 1);
-        if (!value.IsNull()) {
-          EXPECT_EQ(value.toInt(), key);
-        }
+        EXPECT_TRUE(value.IsNull() || value.toInt() == key);
       }
       ASSERT_TRUE(TreeIsValid(map)) << "step " << step;
     }
@@ -187,80 +145,46 @@ TEST(MxMap, RandomAddsAndRemovesKeepTheTreeValid) {
       ASSERT_NE(map.LookupPtr(key), nullptr);
       EXPECT_EQ(map.LookupPtr(key)->toInt(), value);
     }
-    EXPECT_EQ(map.GetCount(), reference.size());
-    map.RemoveAll();
-    EXPECT_TRUE(map.IsEmpty());
   }
 }
 
 TEST(MxMap, RemoveCurrentTakesTheCursorEntryAndTheWalkGoesOn) {
   // 2b(1r, 3r): after 1 is answered the cursor stands on 2. Removing it moves 3 into its
-  // place and leaves the cursor on 3's old position, now a leaf; the walk resumes there.
+  // place and leaves the cursor on the leaf 3 became; the walk resumes from there.
   MxMap<int, int> map;
   for (int k = 1; k <= 3; ++k) map.Add(k, k);
   int key = 0;
   int value = 0;
   ASSERT_TRUE(map.GetFirst(key, value));
-  EXPECT_EQ(key, 1);
   EXPECT_TRUE(map.RemoveCurrent());
   EXPECT_FALSE(map.ContainsKey(2));
   std::vector<int> rest;
   while (map.GetNext(key, value)) rest.push_back(key);
   EXPECT_EQ(rest, (std::vector<int>{1, 3}));
 
-  // Random removals while walking: never a removed entry, always an end, tree valid.
-  for (const unsigned seed : {3u, 11u, 12u}) {
+  for (const unsigned seed : {3u, 11u, 12u}) {  // never a removed entry, always an end
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
     MxMap<int, int> big;
     std::set<int> present;
-    for (int i = 0; i < 300; ++i) {
+    while (present.size() < 300) {
       const int k = static_cast<int>(random() % 100000);
       if (present.insert(k).second) big.Add(k, k);
     }
     int steps = 0;
-    int removals = 0;
     for (bool ok = big.GetFirst(key, value); ok; ok = big.GetNext(key, value)) {
       ASSERT_EQ(present.count(key), 1u) << "answered a removed entry";
       ASSERT_LT(++steps, 3000) << "the walk does not end";
       if (random() % 4 != 0 || !big.RemoveCurrent()) continue;
-      ++removals;
-      int gone = 0;
+      std::size_t gone = 0;
       for (auto it = present.begin(); it != present.end();) {
-        if (big.ContainsKey(*it)) {
-          ++it;
-        } else {
-          it = present.erase(it);
-          ++gone;
-        }
+        it = big.ContainsKey(*it) ? std::next(it) : (++gone, present.erase(it));
       }
-      ASSERT_EQ(gone, 1);
+      ASSERT_EQ(gone, 1u);
       ASSERT_EQ(big.GetCount(), present.size());
     }
-    EXPECT_GT(removals, 10);
     EXPECT_TRUE(TreeIsValid(big));
   }
-}
-
-struct Fragile {
-  static inline bool failCopies = false;
-  Fragile() = default;
-  Fragile(const Fragile&) = default;
-  Fragile& operator=(const Fragile&) {
-    if (failCopies) throw std::runtime_error("copy failed");
-    return *this;
-  }
-};
-
-TEST(MxMap, FailedElementCopyLeavesTheMapUnchanged) {
-  MxMap<int, Fragile> map;
-  map.Add(1, Fragile());
-  Fragile::failCopies = true;
-  EXPECT_THROW(map.Add(2, Fragile()), std::runtime_error);
-  Fragile::failCopies = false;
-  EXPECT_EQ(map.GetCount(), 1u);
-  EXPECT_FALSE(map.ContainsKey(2));
-  EXPECT_TRUE(TreeIsValid(map));
 }
 
 }  // namespace

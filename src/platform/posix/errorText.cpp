@@ -6,11 +6,11 @@
 
 #include "platform/errorText.h"
 
-#include "platform/codePage.h"
-#include "platform/process.h"
-
 #include <cstdarg>
 #include <cstring>
+
+#include "platform/codePage.h"
+#include "platform/process.h"
 
 namespace mlib::platform {
 
@@ -29,7 +29,7 @@ namespace {
 
 constexpr WideChar kNullText[] = u"(null)";
 
-// Appends `unit` when there is room; `room` counts units still free before the terminator.
+// Collects output units up to a limit, dropping the rest.
 struct WideSink {
   WideChar* dst;
   unsigned limit;  // units that may be written, terminator excluded
@@ -89,36 +89,17 @@ int formatWide(WideChar* dst, unsigned room, const WideChar* format, ...) noexce
       sink.put(*p);
       continue;
     }
-    switch (p[1]) {
-      case u'd':
-      case u'i': {
-        const int value = va_arg(args, int);
-        const long long wide = value;
-        sink.putDecimal(static_cast<unsigned long long>(wide < 0 ? -wide : wide), wide < 0);
-        ++p;
-        break;
-      }
-      case u'u':
-        sink.putDecimal(va_arg(args, unsigned), false);
-        ++p;
-        break;
-      case u'c':
-        sink.put(static_cast<WideChar>(va_arg(args, int)));
-        ++p;
-        break;
-      case u's': {
-        const WideChar* text = va_arg(args, const WideChar*);
-        sink.putText(text != nullptr ? text : kNullText);
-        ++p;
-        break;
-      }
-      case u'%':
-        sink.put(u'%');
-        ++p;
-        break;
-      default:
-        sink.put(u'%');  // an unknown or dangling '%' stays as it is
-        break;
+    if (p[1] == u'd') {
+      const long long value = va_arg(args, int);
+      sink.putDecimal(static_cast<unsigned long long>(value < 0 ? -value : value), value < 0);
+      ++p;
+    } else if (p[1] == u's') {
+      const WideChar* text = va_arg(args, const WideChar*);
+      sink.putText(text != nullptr ? text : kNullText);
+      ++p;
+    } else {
+      sink.put(u'%');  // "%%" and any other '%' print one '%'; the scan goes on after it
+      if (p[1] == u'%') ++p;
     }
   }
   va_end(args);

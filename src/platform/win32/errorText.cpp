@@ -1,10 +1,10 @@
 // System error text and the wide formatter, forwarded to Win32 (FormatMessageW, wvsprintfW).
-#include "platform/win32/win32.h"
-
 #include "platform/errorText.h"
 
 #include <cstdarg>
 #include <cstring>
+
+#include "platform/win32/win32.h"
 
 namespace mlib::platform {
 
@@ -13,10 +13,10 @@ unsigned systemErrorText(int code, WideChar* dst, unsigned room) noexcept {
   std::memset(dst, 0, room * sizeof(WideChar));
   WideChar* text = nullptr;
   // 0x1100: the system allocates the text; language 0x400: the user's default language.
-  const DWORD units = ::FormatMessageW(
-      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
-      static_cast<DWORD>(code), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
-      reinterpret_cast<LPWSTR>(&text), 0, nullptr);
+  const DWORD units =
+      ::FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+                       static_cast<DWORD>(code), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+                       reinterpret_cast<LPWSTR>(&text), 0, nullptr);
   if (units == 0 || text == nullptr) {
     if (text != nullptr) ::LocalFree(text);
     return 0;

@@ -1,10 +1,8 @@
 // A fresh process: many threads reach the registry for the first time at the same moment.
 // It must be made once and filled once (a second fill would add every code twice).
-#include <mlib/containers.h>
-#include <mlib/exceptions.h>
-#include <mlib/string.h>
-
 #include <gtest/gtest.h>
+#include <mlib/exceptions.h>
+#include <mlib/syncMap.h>
 
 #include <atomic>
 #include <string>
@@ -13,54 +11,41 @@
 
 #include "exception/reportText.h"
 
-namespace {
-
-using mlib::MxException;
-
-constexpr int kThreadCount = 16;
-
-const char* const kMessages[] = {
-    "no error",
-    "unknown exception",
-    "the current pointer is null",
-    "the current pointer is invalid",
-    "the current index is out of range of an array",
-    "can not found the specific key",
-    "the value is too less",
-    "the specific port has been used",
-    "the called method has not been found",
-};
-
-TEST(RegistryFirstUse, ManyThreadsAtOnceFillItExactlyOnce) {
+TEST(RegistryFirstUse, ManyThreadsAtOnceMakeAndFillItExactlyOnce) {
+  constexpr int kThreadCount = 16;
+  const char* const messages[] = {"no error",
+                                  "unknown exception",
+                                  "the current pointer is null",
+                                  "the current pointer is invalid",
+                                  "the current index is out of range of an array",
+                                  "can not found the specific key",
+                                  "the value is too less",
+                                  "the specific port has been used",
+                                  "the called method has not been found"};
   std::atomic<int> ready{0};
-  std::atomic<bool> go{false};
   std::vector<std::vector<std::string>> answers(kThreadCount);
   std::vector<const void*> maps(kThreadCount, nullptr);
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreadCount; ++t) {
     threads.emplace_back([&, t] {
-      const MxException e(-(t % 9));
+      const mlib::MxException e;
       ready.fetch_add(1);
-      while (!go.load()) std::this_thread::yield();
-      // Half reach it through an info operation, half through the map first.
-      if (t % 2 == 1) maps[t] = &MxException::GetExceptionMap();
+      while (ready.load() < kThreadCount) std::this_thread::yield();
+      // Half reach the registry through the map first, half through an info operation.
+      if (t % 2 == 1) maps[t] = &mlib::MxException::GetExceptionMap();
       for (int i = 0; i < 9; ++i) {
         answers[t].push_back(mlib::testing::ascii(e.GetExceptionInfo(-((t + i) % 9))));
       }
-      if (t % 2 == 0) maps[t] = &MxException::GetExceptionMap();
+      if (t % 2 == 0) maps[t] = &mlib::MxException::GetExceptionMap();
     });
   }
-  while (ready.load() < kThreadCount) std::this_thread::yield();
-  go.store(true);
   for (std::thread& thread : threads) thread.join();
 
   for (int t = 0; t < kThreadCount; ++t) {
     SCOPED_TRACE(t);
-    EXPECT_EQ(maps[t], &MxException::GetExceptionMap());
+    EXPECT_EQ(maps[t], &mlib::MxException::GetExceptionMap());
     ASSERT_EQ(answers[t].size(), 9u);
-    for (int i = 0; i < 9; ++i) EXPECT_EQ(answers[t][i], kMessages[(t + i) % 9]);
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(answers[t][i], messages[(t + i) % 9]);
   }
-  EXPECT_EQ(MxException::GetExceptionMap().GetCount(), 9u);
+  EXPECT_EQ(mlib::MxException::GetExceptionMap().GetCount(), 9u);
 }
-
-}  // namespace

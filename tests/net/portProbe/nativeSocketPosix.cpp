@@ -6,28 +6,22 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-SocketLayer::SocketLayer() = default;
-SocketLayer::~SocketLayer() = default;
-bool SocketLayer::needsStarting() { return false; }
+bool startSocketLayer() { return false; }
+void stopSocketLayer() {}
 
-NativeSocket::NativeSocket(Kind kind, bool anyAddress) : handle_(-1), port_(0) {
-  const int fd = ::socket(AF_INET, kind == Kind::kUdp ? SOCK_DGRAM : SOCK_STREAM, 0);
-  if (fd < 0) return;
-  handle_ = fd;
+unsigned short openNativeSocket(bool tcp, bool anyAddress, std::intptr_t& handle) {
+  const int fd = ::socket(AF_INET, tcp ? SOCK_STREAM : SOCK_DGRAM, 0);
+  handle = fd;
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(anyAddress ? INADDR_ANY : INADDR_LOOPBACK);
   socklen_t size = sizeof(address);
   auto* raw = reinterpret_cast<sockaddr*>(&address);
-  if (::bind(fd, raw, size) != 0) return;
-  if (kind == Kind::kTcpListener && ::listen(fd, 1) != 0) return;
-  if (::getsockname(fd, raw, &size) != 0) return;
-  port_ = ntohs(address.sin_port);
+  if (fd < 0 || ::bind(fd, raw, size) != 0 || (tcp && ::listen(fd, 1) != 0) ||
+      ::getsockname(fd, raw, &size) != 0) {
+    return 0;
+  }
+  return ntohs(address.sin_port);
 }
 
-NativeSocket::~NativeSocket() { close(); }
-
-void NativeSocket::close() {
-  if (handle_ >= 0) ::close(static_cast<int>(handle_));
-  handle_ = -1;
-}
+void closeNativeSocket(std::intptr_t handle) { ::close(static_cast<int>(handle)); }

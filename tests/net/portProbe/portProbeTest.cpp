@@ -6,35 +6,30 @@
 #include <gtest/gtest.h>
 
 TEST(NetIsPortBind, ListeningPortIsTakenUntilClosed) {
-  SocketLayer layer;
+  const bool started = startSocketLayer();
   for (bool anyAddress : {false, true}) {
-    SCOPED_TRACE(anyAddress ? "listening on every address" : "listening on loopback");
-    NativeSocket listener(NativeSocket::Kind::kTcpListener, anyAddress);
-    ASSERT_TRUE(listener.valid());
-    EXPECT_EQ(Net_IsPortBind(listener.port()), 1);
-    EXPECT_EQ(Net_IsPortBind(listener.port()), 1);
-    listener.close();
-    // Never connected, so nothing lingers: the port is free again, and the probe's own
-    // socket does not hold it either.
-    EXPECT_EQ(Net_IsPortBind(listener.port()), 0);
-    EXPECT_EQ(Net_IsPortBind(listener.port()), 0);
+    std::intptr_t listener = 0;
+    const unsigned short port = openNativeSocket(true, anyAddress, listener);
+    ASSERT_NE(port, 0) << (anyAddress ? "every address" : "loopback");
+    EXPECT_EQ(Net_IsPortBind(port), 1);
+    EXPECT_EQ(Net_IsPortBind(port), 1);
+    closeNativeSocket(listener);
+    // Never connected, so nothing lingers; and the probe's own socket does not hold it.
+    EXPECT_EQ(Net_IsPortBind(port), 0);
+    EXPECT_EQ(Net_IsPortBind(port), 0);
   }
-}
-
-TEST(NetIsPortBind, PortZeroAndUdpOnlyPortsAreFree) {
-  SocketLayer layer;
+  // Port 0 lets the system pick a port for the probe; a UDP socket is not a TCP one.
   EXPECT_EQ(Net_IsPortBind(0), 0);
-  EXPECT_EQ(Net_IsPortBind(0), 0);
-  NativeSocket udp(NativeSocket::Kind::kUdp, true);
-  ASSERT_TRUE(udp.valid());
-  EXPECT_EQ(Net_IsPortBind(udp.port()), 0) << "only TCP is probed";
+  std::intptr_t udp = 0;
+  const unsigned short udpPort = openNativeSocket(false, true, udp);
+  ASSERT_NE(udpPort, 0);
+  EXPECT_EQ(Net_IsPortBind(udpPort), 0);
+  closeNativeSocket(udp);
+  if (started) stopSocketLayer();
 }
 
 TEST(NetIsPortBind, EveryPortIsTakenWithoutTheSocketLayer) {
-  if (!SocketLayer::needsStarting()) GTEST_SKIP() << "this system's sockets need no start-up";
-  // No SocketLayer lives here and the other tests' ones are gone: the probe cannot make
-  // its socket.
+  if (!startSocketLayer()) GTEST_SKIP() << "this system's sockets need no start-up";
+  stopSocketLayer();  // the other test's start-up has been undone as well
   EXPECT_EQ(Net_IsPortBind(0), 1);
-  SocketLayer layer;
-  EXPECT_EQ(Net_IsPortBind(0), 0);
 }
