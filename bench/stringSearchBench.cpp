@@ -5,12 +5,11 @@
 //
 // Run: mlib_stringSearch_bench. Rows with the same argument measure the same work.
 #include <benchmark/benchmark.h>
+#include <mlib/string.h>
 
 #include <cstddef>
 #include <random>
 #include <string>
-
-#include <mlib/string.h>
 
 #if defined(MLIB_BENCH_HAVE_ICU)
 #include <unicode/unistr.h>

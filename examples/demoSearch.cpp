@@ -1,10 +1,10 @@
 // The wide string's search and editing: a record line split into fields, searched,
 // counted, edited in place and compared, and an index past the buffer caught.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
+
+#include "demo.h"
 
 void demoSearch() {
   std::printf("\n-- String: search, split, edit, compare --\n");
@@ -29,10 +29,11 @@ void demoSearch() {
   edited.Replace(MLIB_T(";"), MLIB_T(" | "));
   edited.MakeUpper();
   std::printf("edited:        \"%s\"\n", demoUtf8(edited.toString()).c_str());
-  std::printf("compare:       Compare(\"b\", \"aa\") = %d (shorter first), "
-              "CompareNoCase(\"ABC\", \"abc\") = %d\n",
-              mlib::String(MLIB_T("b")).Compare(MLIB_T("aa")),
-              mlib::String(MLIB_T("ABC")).CompareNoCase(MLIB_T("abc")));
+  std::printf(
+      "compare:       Compare(\"b\", \"aa\") = %d (shorter first), "
+      "CompareNoCase(\"ABC\", \"abc\") = %d\n",
+      mlib::String(MLIB_T("b")).Compare(MLIB_T("aa")),
+      mlib::String(MLIB_T("ABC")).CompareNoCase(MLIB_T("abc")));
   std::printf("ends with:     \"NOTE=NONE\" ignoring case: %s\n",
               record.EndWith(MLIB_T("NOTE=NONE"), true) ? "yes" : "no");
   try {

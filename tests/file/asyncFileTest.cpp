@@ -159,6 +159,8 @@ TEST_F(AsyncFile, WriteDeliversTheCountAndSeekBoundsHold) {
   EXPECT_FALSE(file.Flush());
 
   ASSERT_TRUE(file.Open(ten(), 2));
+  EXPECT_EQ(file.position_, kNoSize) << "Open keeps the position";
+  file.SeekToBegin();
   EXPECT_EQ(file.Write("ab", 2), 1u) << "no callback set";
   file.SetCallBackWrite(&onWrite);
   EXPECT_TRUE(file.Seek(10)) << "the end itself";
