@@ -15,58 +15,41 @@ namespace {
 
 using testing::TreeIsValid;
 
-TEST(SyncMap, ThreadsAddingDisjointKeysAllLand) {
+TEST(SyncMap, ThreadsAddingRemovingAndLookingUpAtOnce) {
   SyncMap<int, String> map;
-  constexpr int kPerThread = 2000;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&map, t] {
-      for (int i = 0; i < kPerThread; ++i) map.Add(t * kPerThread + i, String(i));
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(map.GetCount(), 4u * kPerThread);
-  for (int k = 0; k < 4 * kPerThread; ++k) ASSERT_TRUE(map.ContainsKey(k)) << k;
-  EXPECT_TRUE(TreeIsValid(map));
-}
-
-TEST(SyncMap, MixedOperationsFromSeveralThreads) {
-  SyncMap<int, String> map;
-  for (int k = 0; k < 100; ++k) map.Add(k, String(k));  // shared keys, only read
-  std::atomic<bool> iterationConsistent{true};
+  for (int k = 0; k < 100; ++k) map.Add(k, String(k));  // shared, only read
+  std::atomic<bool> walksAgreed{true};
   std::vector<std::thread> threads;
   for (int t = 1; t <= 3; ++t) {
     threads.emplace_back([&map, t] {
-      const int base = t * 10000;
-      for (int round = 0; round < 300; ++round) {
-        const int key = base + round % 50;
-        if (!map.ContainsKey(key)) map.Add(key, String(key));
-        String* value = nullptr;
+      for (int i = 0; i < 1500; ++i) map.Add(t * 10000 + i, String(i));  // disjoint keys
+      for (int i = 0; i < 1500; i += 2) {
+        map.Remove(t * 10000 + i);
         map.Lock();  // keep the entry alive while its address is used
-        value = map.LookupPtr(round % 100);
+        const String* value = map.LookupPtr(i % 100);
         const int seen = value != nullptr ? value->toInt() : -1;
         map.Unlock();
-        EXPECT_EQ(seen, round % 100);
-        if (round % 3 == 0) map.Remove(base + (round / 3) % 50);
-        map.SetAt(key, String(-key));
+        EXPECT_EQ(seen, i % 100);
       }
     });
   }
   threads.emplace_back([&] {
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; round < 50; ++round) {
       map.Lock();  // the whole walk as one operation
       unsigned walked = 0;
       int key = 0;
       String value;
       for (bool ok = map.GetFirst(key, value); ok; ok = map.GetNext(key, value)) ++walked;
-      if (walked != map.GetCount()) iterationConsistent = false;
+      if (walked != map.GetCount()) walksAgreed = false;
       map.Unlock();
-      (void)map.PrintToString();
     }
   });
   for (std::thread& thread : threads) thread.join();
-  EXPECT_TRUE(iterationConsistent.load());
-  for (int k = 0; k < 100; ++k) EXPECT_TRUE(map.ContainsKey(k));
+  EXPECT_TRUE(walksAgreed.load());
+  EXPECT_EQ(map.GetCount(), 100u + 3 * 750);
+  for (int t = 1; t <= 3; ++t) {
+    for (int i = 0; i < 1500; ++i) ASSERT_EQ(map.ContainsKey(t * 10000 + i), i % 2 == 1);
+  }
   EXPECT_TRUE(TreeIsValid(map));
 }
 
@@ -94,8 +77,6 @@ TEST(SyncMap, CallerBracketIsOneOperationForOtherThreads) {
 
 struct Fragile {
   static inline std::atomic<bool> failCopies{false};
-  Fragile() = default;
-  Fragile(const Fragile&) = default;
   Fragile& operator=(const Fragile&) {
     if (failCopies) throw std::runtime_error("copy failed");
     return *this;
@@ -110,7 +91,7 @@ TEST(SyncMap, LockIsReleasedWhenAnOperationThrows) {
   bool added = false;
   std::thread([&] { added = map.Add(2, Fragile()); }).join();  // would block for ever
   EXPECT_TRUE(added);
-  EXPECT_EQ(map.GetCount(), 1u);
+  EXPECT_EQ(map.GetCount(), 1u) << "the failed Add left the map unchanged";
 }
 
 TEST(SyncMap, PrintsAsTheUnlockedMapAndLivesOnTheHeap) {

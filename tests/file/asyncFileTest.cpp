@@ -132,15 +132,20 @@ TEST_F(AsyncFile, ReadDeliversBytesAndCodeToTheCallbackAndKeepsThePosition) {
   gReads.clear();
   EXPECT_EQ(file.Read(buffer, 0), 0u);
   EXPECT_EQ(file.Read(nullptr, 4), 0u);
-  // At the end nothing is read: the request is refused or completes with 0 bytes.
-  ASSERT_TRUE(file.Seek(10));
-  if (file.Read(buffer, 4) == 1) {
-    ASSERT_EQ(gReads.size(), 1u);
-    EXPECT_EQ(gReads[0].bytes, 0u);
-    gReads.clear();
-  }
   EXPECT_TRUE(gReads.empty());
+  // At the end nothing is read: the request is refused, or completes (with or without an
+  // end-of-file code, as the system reports it) with 0 bytes.
+  ASSERT_TRUE(file.Seek(10));
+  const unsigned atEnd = file.Read(buffer, 4);
+  EXPECT_LE(gReads.size(), 1u);
+  if (atEnd == 1) {
+    EXPECT_EQ(gReads.size(), 1u);
+  }
+  for (const Completion& c : gReads) {
+    EXPECT_EQ(c.bytes, 0u);
+  }
   EXPECT_EQ(std::string(buffer), "0123###");
+  gReads.clear();
 
   ASSERT_TRUE(file.Open(ten(), 1));
   EXPECT_EQ(file.Read(buffer, 4), 0u) << "write access only";
