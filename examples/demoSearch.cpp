@@ -38,7 +38,7 @@ void demoSearch() {
               record.EndWith(MLIB_T("NOTE=NONE"), true) ? "yes" : "no");
   try {
     mlib::String small(MLIB_T("abc"));
-    small[4] = MLIB_T('!');
+    small[4u] = MLIB_T('!');
   } catch (mlib::MxBaseException& e) {
     std::printf("index 4 of capacity 4 throws: code %d, level %d\n", e.GetCode(), e.GetLevel());
   }

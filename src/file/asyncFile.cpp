@@ -105,7 +105,6 @@ unsigned int MxAsyncFileWin::Read(void* buffer, unsigned int count) {
   readContext_.event = IoRead;
   // A successful request may leave the last error as it was (an "already exists" from Open,
   // say): clear it, so the check below sees this request alone.
-  platform::setLastError(0);
   if (!platform::readFileEx(handle_, buffer, count, &readContext_.overlapped,
                             &fileIOCompletionRoutine)) {
     readContext_.event = IoNone;  // refused at once: no completion of its own will come
@@ -124,7 +123,6 @@ unsigned int MxAsyncFileWin::Write(const void* buffer, unsigned int count) {
   if (handle_ == nullptr || buffer == nullptr || count == 0) return 0;
   writeContext_.event = IoWrite;
   writeContext_.overlapped.offset = position_;
-  platform::setLastError(0);
   if (!platform::writeFileEx(handle_, buffer, count, &writeContext_.overlapped,
                              &fileIOCompletionRoutine)) {
     writeContext_.event = IoNone;

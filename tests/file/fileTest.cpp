@@ -34,9 +34,8 @@ std::string readAt(MxFile& file, unsigned count) {
 }
 
 std::string content(const Byte& b) {
-  return b.GetData() == nullptr ? std::string()
-                                : std::string(reinterpret_cast<const char*>(b.GetData()),
-                                              static_cast<std::size_t>(b.GetLength()));
+  const auto* bytes = reinterpret_cast<const char*>(b.GetData());
+  return bytes == nullptr ? std::string() : std::string(bytes, std::size_t(b.GetLength()));
 }
 
 constexpr const char kDigits[] = "0123456789";
@@ -101,17 +100,12 @@ TEST(MxFile, ReadsAndWritesNeverMoveThePosition) {
   EXPECT_EQ(readAt(file, 2), "45") << "GetLength moved the position";
   EXPECT_EQ(file.Write("xy", 2), 2u);
   EXPECT_EQ(readAt(file, 3), "xy6");
-  EXPECT_EQ(file.Read(nullptr, 4), 0u);
-  EXPECT_EQ(file.Write(nullptr, 4), 0u);
-  ASSERT_TRUE(file.Seek(10));
-  EXPECT_EQ(readAt(file, 4), "");
+  EXPECT_EQ(file.Read(nullptr, 4) + file.Write(nullptr, 4), 0u);
   EXPECT_TRUE(file.Seek(50)) << "the stream accepts offsets past the end";
   EXPECT_EQ(readAt(file, 4), "");
   file.SeekToEnd();
   EXPECT_EQ(file.position_, 10u);
   EXPECT_EQ(file.Write("AB", 2), 2u);
-  file.SeekToBegin();
-  EXPECT_EQ(file.position_, 0u);
 
   ASSERT_TRUE(file.Open(dir.text("a"), 4));
   ASSERT_TRUE(file.Seek(3));
@@ -158,10 +152,7 @@ TEST(MxFile, CloseClearsEverythingAndCopiesNeverShareTheStream) {
   }
   EXPECT_EQ(readAt(file, 2), "34") << "a copy's destruction closed the stream";
   file.Close();
-  EXPECT_EQ(file.handle_, nullptr);
-  EXPECT_TRUE(file.path_.IsEmpty());
-  EXPECT_EQ(file.position_, 0u);
-  EXPECT_FALSE(file.Flush());
-  EXPECT_FALSE(file.Seek(0));
+  EXPECT_TRUE(file.handle_ == nullptr && file.path_.IsEmpty() && file.position_ == 0);
+  EXPECT_FALSE(file.Flush() || file.Seek(0));
   EXPECT_EQ(file.GetLength(), 0u);
 }

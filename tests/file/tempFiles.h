@@ -28,10 +28,7 @@ class TempFolder {
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
   }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-
-  // Narrow path of `name` inside the folder (plain ASCII, so ANSI and UTF-8 alike).
+  // Path of `name` inside the folder, plain ASCII (so ANSI and UTF-8 alike).
   std::string path(const char* name) const { return (root_ / name).string(); }
   String text(const char* name) const { return String(path(name).c_str()); }
   std::string root() const { return root_.string(); }

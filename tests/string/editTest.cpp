@@ -249,10 +249,10 @@ TEST(StringEdit, EndWithFoldsCaseByUnicode) {
 
 TEST(StringEdit, ElementAccessIsBoundedByTheCapacity) {
   String s(MLIB_T("abc")), null;  // capacity 4
-  EXPECT_EQ(s[3], 0);             // the terminator's slot
-  s[1] = MLIB_T('X');
+  EXPECT_EQ(s[3u], 0);            // the terminator's slot
+  s[1u] = MLIB_T('X');
   try {
-    (void)s[4];
+    (void)s[4u];
     ADD_FAILURE() << "index 4 of a capacity of 4 did not throw";
   } catch (mlib::MxBaseException& e) {
     EXPECT_EQ(e.GetCode(), -4);
@@ -261,7 +261,7 @@ TEST(StringEdit, ElementAccessIsBoundedByTheCapacity) {
               mlib::testing::framed("mlib exception: { Code: -4; Level: Fatal; Description: Call "
                                     "Stack: String::[]; Location: \"if(uIndex>=getSize())\" }"));
   }
-  EXPECT_THROW((void)null[0], mlib::MxBaseException);
+  EXPECT_THROW((void)null[0u], mlib::MxBaseException);
   EXPECT_EQ(s.GetAt(2), MLIB_T('c'));
   EXPECT_EQ(s.GetAt(3) + s.GetAt(-1) + null.GetAt(0), 0);  // the last slot is out of reach
   s.SetAt(3, MLIB_T('!'));

@@ -80,7 +80,7 @@ TEST(StringSearch, FindAndFindLast) {
   EXPECT_EQ(String().IndexOf(MLIB_T("")), -1);
 
   String full(MLIB_T("abc"));
-  full[3] = MLIB_T('x');  // no terminator left: the search ends at the capacity
+  full[3u] = MLIB_T('x');  // no terminator left: the search ends at the capacity
   EXPECT_EQ(full.IndexOf(MLIB_T("cx")), 2);
   EXPECT_EQ(full.IndexOf(MLIB_T("xy")), -1);
 }

@@ -359,8 +359,10 @@ TEST(StringStorage, ScanAndCopyAgreeWithAPlainLoopEverywhere) {
         const std::size_t copied = copyWideText(target.data(), text, bound);
         ASSERT_EQ(copied, want) << "bound " << bound;
         const std::size_t written = bound <= length ? bound : length + 1;
-        for (std::size_t i = 0; i < written; ++i) ASSERT_EQ(target[i], text[i]) << i;
-        for (std::size_t i = written; i < target.size(); ++i) ASSERT_EQ(target[i], 0x7777) << i;
+        ASSERT_TRUE(std::equal(text, text + written, target.begin())) << "bound " << bound;
+        ASSERT_TRUE(std::all_of(target.begin() + static_cast<std::ptrdiff_t>(written), target.end(),
+                                [](WideChar unit) { return unit == 0x7777; }))
+            << "written past the copy, bound " << bound;
       }
     }
   }
