@@ -26,7 +26,7 @@
 
 namespace {
 
-constexpr unsigned kFileBytes = 64u << 20;  // 64 MiB
+constexpr unsigned kFileBytes = 64u << 20;     // 64 MiB
 constexpr unsigned kRequestBytes = 64u << 10;  // 64 KiB
 
 const std::string& benchFile() {

@@ -25,8 +25,7 @@ void onWrite(mlib::MxAsyncFile& /*file*/, unsigned bytes, mlib::MxException& err
 
 void demoFile() {
   std::printf("\n-- MxAsyncFile: an overlapped read delivered to a callback --\n");
-  const std::string path =
-      (std::filesystem::temp_directory_path() / "mlib-demo-file.txt").string();
+  const std::string path = (std::filesystem::temp_directory_path() / "mlib-demo-file.txt").string();
   std::ofstream(path, std::ios::binary) << "Hello from an overlapped read.";
 
   {

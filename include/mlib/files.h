@@ -89,10 +89,10 @@ class MxFile : public MxObject {
   virtual void Close();
 
  protected:
-  void* handle_ = nullptr;       // the stream (here) or the system handle; null while closed
-  unsigned int position_ = 0;    // offset of the next read or write
-  int mode_ = 0;                 // the mode of the last Open; 0 while closed
-  String path_;                  // the path of the last Open; empty while closed
+  void* handle_ = nullptr;     // the stream (here) or the system handle; null while closed
+  unsigned int position_ = 0;  // offset of the next read or write
+  int mode_ = 0;               // the mode of the last Open; 0 while closed
+  String path_;                // the path of the last Open; empty while closed
 
  private:
   void closeStream() noexcept;
@@ -203,8 +203,8 @@ class MLIB_API MxAsyncFileWin : public MxFile {
   static void fileIOCompletionRoutine(unsigned long errorCode, unsigned long bytes,
                                       IoOverlapped* overlapped);
 
-  IoContext readContext_;            // the read in progress
-  IoContext writeContext_;           // the write in progress
+  IoContext readContext_;               // the read in progress
+  IoContext writeContext_;              // the write in progress
   IoCallback readCallback_ = nullptr;   // may be null
   IoCallback writeCallback_ = nullptr;  // may be null
 

@@ -81,7 +81,7 @@ MLIB_API char* U82A(char* dst, const char* src, int capacity);
 MLIB_API char* A2U8(char* dst, const char* src, int capacity);
 
 // UTF-8 -> UTF-16 and back through the ANSI code page: only characters the code page holds
-// survive the trip.
+// survive the trip. U82T with a capacity below 1 returns dst untouched.
 MLIB_API mlib::WideChar* U82T(mlib::WideChar* dst, const char* src, int capacity);
 MLIB_API char* T2U8(char* dst, const mlib::WideChar* src, int capacity);
 

@@ -15,8 +15,8 @@ namespace {
 // System access and creation by mode (0 to 4); other modes ask for neither, which the
 // system refuses.
 constexpr unsigned kReadWrite = platform::kGenericRead | platform::kGenericWrite;
-constexpr unsigned kAccessByMode[] = {platform::kGenericRead, platform::kGenericWrite,
-                                      kReadWrite, kReadWrite, kReadWrite};
+constexpr unsigned kAccessByMode[] = {platform::kGenericRead, platform::kGenericWrite, kReadWrite,
+                                      kReadWrite, kReadWrite};
 constexpr unsigned kCreationByMode[] = {platform::kOpenExisting, platform::kOpenExisting,
                                         platform::kOpenExisting, platform::kCreateAlways,
                                         platform::kOpenAlways};
@@ -105,6 +105,7 @@ unsigned int MxAsyncFileWin::Read(void* buffer, unsigned int count) {
   readContext_.event = IoRead;
   // A successful request may leave the last error as it was (an "already exists" from Open,
   // say): clear it, so the check below sees this request alone.
+  platform::setLastError(0);
   if (!platform::readFileEx(handle_, buffer, count, &readContext_.overlapped,
                             &fileIOCompletionRoutine)) {
     readContext_.event = IoNone;  // refused at once: no completion of its own will come
@@ -123,6 +124,7 @@ unsigned int MxAsyncFileWin::Write(const void* buffer, unsigned int count) {
   if (handle_ == nullptr || buffer == nullptr || count == 0) return 0;
   writeContext_.event = IoWrite;
   writeContext_.overlapped.offset = position_;
+  platform::setLastError(0);
   if (!platform::writeFileEx(handle_, buffer, count, &writeContext_.overlapped,
                              &fileIOCompletionRoutine)) {
     writeContext_.event = IoNone;
@@ -196,9 +198,7 @@ void MxAsyncFileWin::cancelIo() noexcept {
 
 void MxAsyncFileWin::SetCallBackRead(IoCallback callback) noexcept { readCallback_ = callback; }
 
-void MxAsyncFileWin::SetCallBackWrite(IoCallback callback) noexcept {
-  writeCallback_ = callback;
-}
+void MxAsyncFileWin::SetCallBackWrite(IoCallback callback) noexcept { writeCallback_ = callback; }
 
 void MxAsyncFileWin::releaseHandle(bool waitForPending) noexcept {
   if (waitForPending && (readContext_.event == IoRead || writeContext_.event == IoWrite)) {

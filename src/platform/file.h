@@ -29,21 +29,21 @@ constexpr unsigned kGenericRead = 0x80000000u;
 constexpr unsigned kGenericWrite = 0x40000000u;
 
 // Creation dispositions of openOverlappedFile (the Win32 values).
-constexpr unsigned kCreateNew = 1;        // create; fail when the file exists
-constexpr unsigned kCreateAlways = 2;     // create, or truncate an existing file
-constexpr unsigned kOpenExisting = 3;     // open; fail when the file is missing
-constexpr unsigned kOpenAlways = 4;       // open, or create a missing file
-constexpr unsigned kTruncateExisting = 5; // open and truncate; fail when missing
+constexpr unsigned kCreateNew = 1;         // create; fail when the file exists
+constexpr unsigned kCreateAlways = 2;      // create, or truncate an existing file
+constexpr unsigned kOpenExisting = 3;      // open; fail when the file is missing
+constexpr unsigned kOpenAlways = 4;        // open, or create a missing file
+constexpr unsigned kTruncateExisting = 5;  // open and truncate; fail when missing
 
 // The size reported when it cannot be read (closed handle, system failure).
 constexpr unsigned kInvalidFileSize = 0xFFFFFFFFu;
 
 // System error codes the file classes test, as lastError() reports them: the Win32 numbers
 // on Windows, the matching errno values elsewhere.
-extern const int kErrorAlreadyExists;      // a create-or-open found the file present (183)
-extern const int kErrorIoIncomplete;       // the request has not finished yet (996)
-extern const int kErrorIoPending;          // the request runs in the background (997)
-extern const int kErrorSharingViolation;   // another holder's share mode refuses (32)
+extern const int kErrorAlreadyExists;     // a create-or-open found the file present (183)
+extern const int kErrorIoIncomplete;      // the request has not finished yet (996)
+extern const int kErrorIoPending;         // the request runs in the background (997)
+extern const int kErrorSharingViolation;  // another holder's share mode refuses (32)
 
 // How an alertable wait ended.
 enum class WaitResult {
@@ -88,8 +88,8 @@ void runQueuedCompletions() noexcept;
 // GetOverlappedResult(file, overlapped, byteCount, wait) for a request issued with
 // readFileEx/writeFileEx: *byteCount = the bytes it transferred. False, with the request's
 // error in lastError(), when the request failed; `wait` waits for one still running.
-[[nodiscard]] bool overlappedResult(FileHandle file, IoOverlapped* overlapped,
-                                    unsigned* byteCount, bool wait) noexcept;
+[[nodiscard]] bool overlappedResult(FileHandle file, IoOverlapped* overlapped, unsigned* byteCount,
+                                    bool wait) noexcept;
 
 // GetFileSize(file, no high part): the low 32 bits of the size; kInvalidFileSize on failure.
 [[nodiscard]] unsigned fileSize(FileHandle file) noexcept;

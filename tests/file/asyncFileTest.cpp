@@ -76,9 +76,13 @@ class AsyncFile : public ::testing::Test {
 }  // namespace
 
 TEST_F(AsyncFile, ModesCreateTruncateKeepOrRefuse) {
-  struct Row { int mode; bool opensExisting, opensMissing; std::size_t lengthAfter; };
-  const Row rows[] = {{0, true, false, 10}, {1, true, false, 10}, {2, true, false, 10},
-                      {3, true, true, 1},   {4, true, true, 10},  {7, false, false, 10},
+  struct Row {
+    int mode;
+    bool opensExisting, opensMissing;
+    std::size_t lengthAfter;
+  };
+  const Row rows[] = {{0, true, false, 10},  {1, true, false, 10}, {2, true, false, 10},
+                      {3, true, true, 1},    {4, true, true, 10},  {7, false, false, 10},
                       {-1, false, false, 10}};
   for (const Row& r : rows) {
     SCOPED_TRACE("mode " + std::to_string(r.mode));

@@ -51,7 +51,10 @@ TEST(MxFile, RefusedOpensKeepOrCloseTheFileAsDocumented) {
   EXPECT_FALSE(file.Open(String(""), 0));
   EXPECT_EQ(readAt(file, 3), "012") << "an empty path closed the open file";
 
-  struct Row { const char* name; int mode; };
+  struct Row {
+    const char* name;
+    int mode;
+  };
   for (const Row& r : {Row{"missing", 0}, Row{"a", 5}, Row{"a", -1}}) {
     SCOPED_TRACE(std::string(r.name) + " in mode " + std::to_string(r.mode));
     ASSERT_TRUE(file.Open(dir.text("a"), 2));
@@ -68,8 +71,10 @@ TEST(MxFile, FiveModesOpenReadAndWriteAsTheirStreamModes) {
     bool opensMissing;
     const char* afterWrite;  // "AB" written at position 0 of "0123456789"
   };
-  const Row rows[] = {{0, false, kDigits},        {1, false, "AB23456789"},
-                      {2, false, "AB23456789"},   {3, true, "AB"},
+  const Row rows[] = {{0, false, kDigits},
+                      {1, false, "AB23456789"},
+                      {2, false, "AB23456789"},
+                      {3, true, "AB"},
                       {4, true, "0123456789AB"}};
   for (const Row& r : rows) {
     SCOPED_TRACE("mode " + std::to_string(r.mode));

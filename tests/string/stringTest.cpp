@@ -99,8 +99,10 @@ TEST(String, AssignmentReusesOrGrowsToExactSize) {
   s = other;
   EXPECT_EQ(text(s), u"copied");
   EXPECT_EQ(capacityOf(s), 7u);
-  s = s;
+  const String& same = s;
+  s = same;
   EXPECT_EQ(text(s), u"copied");
+  EXPECT_EQ(capacityOf(s), 7u);
 }
 
 TEST(String, AssignmentKeepsAnsiBufferOnlyWhileTheBufferIsReused) {

@@ -57,8 +57,7 @@ FileTable& fileTable() noexcept {
 
 // The handle's record when it is open; call with the table's mutex held.
 PosixFile* findLocked(const FileTable& table, FileHandle file) noexcept {
-  const auto it = std::find(table.files.begin(), table.files.end(),
-                            static_cast<PosixFile*>(file));
+  const auto it = std::find(table.files.begin(), table.files.end(), static_cast<PosixFile*>(file));
   return it == table.files.end() ? nullptr : *it;
 }
 
@@ -237,12 +236,18 @@ bool utf8Path(const WideChar* path, std::vector<char>* out) noexcept {
 // open(2) flags for a creation disposition; -1 for one that does not exist.
 int creationFlags(unsigned creation) noexcept {
   switch (creation) {
-    case kCreateNew: return O_CREAT | O_EXCL;
-    case kCreateAlways: return O_CREAT | O_TRUNC;
-    case kOpenExisting: return 0;
-    case kOpenAlways: return O_CREAT;
-    case kTruncateExisting: return O_TRUNC;
-    default: return -1;
+    case kCreateNew:
+      return O_CREAT | O_EXCL;
+    case kCreateAlways:
+      return O_CREAT | O_TRUNC;
+    case kOpenExisting:
+      return 0;
+    case kOpenAlways:
+      return O_CREAT;
+    case kTruncateExisting:
+      return O_TRUNC;
+    default:
+      return -1;
   }
 }
 
@@ -261,8 +266,7 @@ void closeDescriptor(int fd) noexcept {
 
 }  // namespace
 
-FileHandle openOverlappedFile(const WideChar* path, unsigned access,
-                              unsigned creation) noexcept {
+FileHandle openOverlappedFile(const WideChar* path, unsigned access, unsigned creation) noexcept {
   const int creationFlag = creationFlags(creation);
   if (creationFlag < 0 || (access & ~(kGenericRead | kGenericWrite)) != 0 ||
       (creation == kTruncateExisting && (access & kGenericWrite) == 0)) {
@@ -328,8 +332,8 @@ bool readFileEx(FileHandle file, void* buffer, unsigned byteCount, IoOverlapped*
   if (!acceptRequest(file, buffer, byteCount, overlapped, routine, kGenericRead, &handle)) {
     return false;
   }
-  const Transfer done = readAt(handle.fd, static_cast<unsigned char*>(buffer), byteCount,
-                               offsetOf(*overlapped));
+  const Transfer done =
+      readAt(handle.fd, static_cast<unsigned char*>(buffer), byteCount, offsetOf(*overlapped));
   if (done.error != 0 && done.byteCount == 0) {
     errno = done.error;
     return false;
@@ -337,14 +341,14 @@ bool readFileEx(FileHandle file, void* buffer, unsigned byteCount, IoOverlapped*
   return queueCompletion(routine, done, overlapped);
 }
 
-bool writeFileEx(FileHandle file, const void* buffer, unsigned byteCount,
-                 IoOverlapped* overlapped, CompletionRoutine routine) noexcept {
+bool writeFileEx(FileHandle file, const void* buffer, unsigned byteCount, IoOverlapped* overlapped,
+                 CompletionRoutine routine) noexcept {
   PosixFile handle{};
   if (!acceptRequest(file, buffer, byteCount, overlapped, routine, kGenericWrite, &handle)) {
     return false;
   }
-  const Transfer done = writeAt(handle.fd, static_cast<const unsigned char*>(buffer),
-                                byteCount, offsetOf(*overlapped));
+  const Transfer done = writeAt(handle.fd, static_cast<const unsigned char*>(buffer), byteCount,
+                                offsetOf(*overlapped));
   if (done.error != 0 && done.byteCount == 0) {
     errno = done.error;
     return false;

@@ -25,8 +25,7 @@ static_assert(offsetof(IoOverlapped, internal) == offsetof(OVERLAPPED, Internal)
 static_assert(offsetof(IoOverlapped, internalHigh) == offsetof(OVERLAPPED, InternalHigh),
               "InternalHigh");
 static_assert(offsetof(IoOverlapped, offset) == offsetof(OVERLAPPED, Offset), "Offset");
-static_assert(offsetof(IoOverlapped, offsetHigh) == offsetof(OVERLAPPED, OffsetHigh),
-              "OffsetHigh");
+static_assert(offsetof(IoOverlapped, offsetHigh) == offsetof(OVERLAPPED, OffsetHigh), "OffsetHigh");
 static_assert(offsetof(IoOverlapped, event) == offsetof(OVERLAPPED, hEvent), "hEvent");
 
 OVERLAPPED* systemRecord(IoOverlapped* overlapped) noexcept {
@@ -52,8 +51,7 @@ bool prepareRequest(IoOverlapped* overlapped, CompletionRoutine routine) noexcep
 
 }  // namespace
 
-FileHandle openOverlappedFile(const WideChar* path, unsigned access,
-                              unsigned creation) noexcept {
+FileHandle openOverlappedFile(const WideChar* path, unsigned access, unsigned creation) noexcept {
   if (path == nullptr) {
     ::SetLastError(ERROR_PATH_NOT_FOUND);
     return nullptr;
@@ -70,8 +68,8 @@ bool readFileEx(FileHandle file, void* buffer, unsigned byteCount, IoOverlapped*
          FALSE;
 }
 
-bool writeFileEx(FileHandle file, const void* buffer, unsigned byteCount,
-                 IoOverlapped* overlapped, CompletionRoutine routine) noexcept {
+bool writeFileEx(FileHandle file, const void* buffer, unsigned byteCount, IoOverlapped* overlapped,
+                 CompletionRoutine routine) noexcept {
   if (!prepareRequest(overlapped, routine)) return false;
   return ::WriteFileEx(file, buffer, byteCount, systemRecord(overlapped), &systemCompletion) !=
          FALSE;
@@ -79,9 +77,12 @@ bool writeFileEx(FileHandle file, const void* buffer, unsigned byteCount,
 
 WaitResult waitForFileAlertable(FileHandle file) noexcept {
   switch (::WaitForSingleObjectEx(file, INFINITE, TRUE)) {
-    case WAIT_OBJECT_0: return WaitResult::Signalled;
-    case WAIT_IO_COMPLETION: return WaitResult::IoCompletion;
-    default: return WaitResult::Failed;
+    case WAIT_OBJECT_0:
+      return WaitResult::Signalled;
+    case WAIT_IO_COMPLETION:
+      return WaitResult::IoCompletion;
+    default:
+      return WaitResult::Failed;
   }
 }
 
@@ -100,8 +101,8 @@ bool overlappedResult(FileHandle file, IoOverlapped* overlapped, unsigned* byteC
   void* const routine = overlapped->event;
   overlapped->event = nullptr;
   DWORD transferred = 0;
-  const BOOL ok = ::GetOverlappedResult(file, systemRecord(overlapped), &transferred,
-                                        wait ? TRUE : FALSE);
+  const BOOL ok =
+      ::GetOverlappedResult(file, systemRecord(overlapped), &transferred, wait ? TRUE : FALSE);
   overlapped->event = routine;
   *byteCount = transferred;
   return ok != FALSE;
