@@ -3,9 +3,8 @@
 // within capacity, on texts of 16, 1024 and 1048576 characters; and Format of a message
 // with three %d, one %s and one %f against swprintf into a std::wstring plus the copy to
 // UTF-16.
-#include <mlib/string.h>
-
 #include <benchmark/benchmark.h>
+#include <mlib/string.h>
 
 #include <cstring>
 #include <cwchar>
@@ -179,8 +178,8 @@ void Format_swprintf(benchmark::State& state) {
   int i = 0;
   for (auto _ : state) {
     std::wstring w(640, L'\0');
-    const int n = std::swprintf(w.data(), w.size(), L"id=%d count=%d total=%d name=%ls ratio=%f",
-                                i, i * 7, -i, name, i * 0.5);
+    const int n = std::swprintf(w.data(), w.size(), L"id=%d count=%d total=%d name=%ls ratio=%f", i,
+                                i * 7, -i, name, i * 0.5);
     w.resize(n < 0 ? 0 : static_cast<std::size_t>(n));
     std::u16string u(w.begin(), w.end());
     benchmark::DoNotOptimize(u.data());

@@ -103,7 +103,7 @@ class MxFile : public MxObject {
 // completion has been delivered (the callback has run, on the caller's own thread) and return
 // 1, or 0 when the request could not be made; the byte count and the outcome reach only the
 // callback, as its `bytes` and an MxException whose code is the system error code (0 on
-// success, also at the end of the file, where 0 bytes are read).
+// success).
 //
 // The file is opened with the share mode "read": while it is open, other openers may read it
 // but not write it (in this process on every platform; system-wide on Windows).
@@ -156,7 +156,9 @@ class MLIB_API MxAsyncFileWin : public MxFile {
   int Read(Byte& out) override;
   // Issues a read of up to `count` bytes at the position into `buffer` and returns 1 once its
   // completion has been delivered; 0, with no callback, when closed, buffer is null, count is
-  // 0 or the system refuses the request (e.g. a file opened for writing only).
+  // 0 or the system refuses the request (e.g. a file opened for writing only). A read at or
+  // past the end reads 0 bytes: it completes with code 0 on POSIX; on Windows the system may
+  // report the end as a failure, delivered to the callback, and Read then returns 0.
   unsigned int Read(void* buffer, unsigned int count) override;
   // MxFile's: Write(data's storage, data's length), so 1 when the write was made, else 0.
   // (Declared here so hosts reach it through this exported class.)

@@ -236,6 +236,9 @@ class MLIB_API String {
   // Unit i for i < capacity (the terminator slot and beyond included). Outside it, or on a
   // null string, throws MxBaseException by value (code -4, level 3); the string is unchanged.
   WideChar& operator[](unsigned i);
+  // The same, for an int index taken as unsigned (a negative one throws). Without it, s[3]
+  // would be ambiguous with the built-in index through operator WideChar*() on 32-bit hosts.
+  WideChar& operator[](int i) { return (*this)[static_cast<unsigned>(i)]; }
   // Unit i for i (as unsigned) < capacity - 1; 0 otherwise.
   WideChar GetAt(int i) const;
   // Writes unit i for i (as unsigned) < capacity - 1; does nothing otherwise.
@@ -330,8 +333,8 @@ class MLIB_API String {
   // Nothing when pattern or next is null or pattern is empty.
   static void getNextArray(const WideChar* pattern, int* next);
 
-  WideChar* buffer_;      // the text, zero-terminated; null for a null string
-  mutable char* ansi_;    // the last toAnsi result, owned; null when none
+  WideChar* buffer_;    // the text, zero-terminated; null for a null string
+  mutable char* ansi_;  // the last toAnsi result, owned; null when none
 };
 
 }  // namespace mlib

@@ -169,7 +169,7 @@ bool MxAsyncFileWin::awaitCompletion(IoContext& context, IoEvent event) noexcept
 
 void MxAsyncFileWin::SeekToBegin() { position_ = 0; }
 
-void MxAsyncFileWin::SeekToEnd() { position_ = GetLength(); }
+void MxAsyncFileWin::SeekToEnd() { position_ = MxAsyncFileWin::GetLength(); }
 
 bool MxAsyncFileWin::Seek(unsigned int position) {
   if (handle_ == nullptr) return false;

@@ -55,8 +55,8 @@ WideChar* writeDecimal(WideChar* end, unsigned long long value) noexcept {
 WideChar* writeSigned(WideChar* end, long long value) noexcept {
   const bool negative = value < 0;
   // The magnitude in unsigned arithmetic, so the most negative value needs no special case.
-  const unsigned long long magnitude =
-      negative ? 0ull - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+  const unsigned long long magnitude = negative ? 0ull - static_cast<unsigned long long>(value)
+                                                : static_cast<unsigned long long>(value);
   WideChar* p = writeDecimal(end, magnitude);
   if (negative) *--p = '-';
   return p;
@@ -132,7 +132,14 @@ class FormatWriter {
 
 bool isConversion(WideChar c) noexcept {
   switch (c) {
-    case 'X': case 'c': case 'd': case 'f': case 's': case 't': case 'u': case 'x':
+    case 'X':
+    case 'c':
+    case 'd':
+    case 'f':
+    case 's':
+    case 't':
+    case 'u':
+    case 'x':
       return true;
     default:
       return false;
@@ -163,11 +170,15 @@ bool readsOwnBuffer(const WideChar* format, std::size_t formatUnits, const OwnBu
   for (std::size_t i = 0; i + 1 < formatUnits; ++i) {
     if (format[i] != '%' || !isConversion(format[i + 1])) continue;
     switch (format[++i]) {
-      case 'f': (void)va_arg(args, double); break;
+      case 'f':
+        (void)va_arg(args, double);
+        break;
       case 's':
         if (own.holds(va_arg(args, const WideChar*))) return true;
         break;
-      default: (void)va_arg(args, int); break;
+      default:
+        (void)va_arg(args, int);
+        break;
     }
   }
   return false;
@@ -235,7 +246,8 @@ void formatList(String& target, const WideChar* format, va_list args) {
       case 'c': {
         // The low byte taken as a signed char: bytes of 0x80 and above land on
         // U+FF80-U+FFFF, as the widening of a signed character gives them.
-        const auto byte = static_cast<signed char>(static_cast<unsigned>(va_arg(args, int)) & 0xFFu);
+        const auto byte =
+            static_cast<signed char>(static_cast<unsigned>(va_arg(args, int)) & 0xFFu);
         const auto unit = static_cast<WideChar>(static_cast<short>(byte));
         writer.put(&unit, 1);
         break;
@@ -284,8 +296,8 @@ void cutDecimals(String& target, int places) {
   if (stop == 0) return;
   const std::size_t dot = stop - 1;
   const std::size_t decimals = unitCount - dot - 1;
-  const std::size_t keep = decimals < static_cast<std::size_t>(places) ? decimals
-                                                                        : static_cast<std::size_t>(places);
+  const std::size_t keep =
+      decimals < static_cast<std::size_t>(places) ? decimals : static_cast<std::size_t>(places);
   const std::size_t cut = keep == 0 ? dot : dot + 1 + keep;
   detail::zeroWide(text + cut, unitCount - cut);
 }

@@ -1,8 +1,8 @@
 // String's heap blocks: a capacity header followed by the UTF-16 units.
 #include "string/storage.h"
 
-#include <cstdint>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>

@@ -1,7 +1,6 @@
 // String's storage, construction, assignment, concatenation, equality and conversion to
 // ANSI text. Format and the number constructors live in format.cpp.
 #include <mlib/string.h>
-
 #include <mlib/text.h>
 
 #include <climits>
@@ -43,8 +42,21 @@ WideChar* copyExact(const WideChar* text, std::size_t unitCount) {
 // code pages do.
 bool keepsAscii(unsigned codePage) noexcept {
   switch (codePage) {
-    case 874: case 932: case 936: case 949: case 950: case 1250: case 1251: case 1252:
-    case 1253: case 1254: case 1255: case 1256: case 1257: case 1258: case 65001:
+    case 874:
+    case 932:
+    case 936:
+    case 949:
+    case 950:
+    case 1250:
+    case 1251:
+    case 1252:
+    case 1253:
+    case 1254:
+    case 1255:
+    case 1256:
+    case 1257:
+    case 1258:
+    case 65001:
       return true;
     default:
       return false;

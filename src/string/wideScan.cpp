@@ -5,9 +5,9 @@
 // plain loops elsewhere). Aligned loads never cross a page boundary, so reading the whole
 // aligned chunk that holds the terminator is safe even where the text ends its allocation;
 // the functions that read that way are kept out of the address sanitizer's view.
-#include "string/storage.h"
-
 #include <cstdint>
+
+#include "string/storage.h"
 
 #if defined(__SSE2__)
 #include <immintrin.h>
@@ -30,9 +30,7 @@ namespace {
 constexpr std::size_t kChunkUnits = 32;
 
 #if defined(MLIB_WIDE_SCAN_SIMD)
-std::uintptr_t addressOf(const WideChar* p) noexcept {
-  return reinterpret_cast<std::uintptr_t>(p);
-}
+std::uintptr_t addressOf(const WideChar* p) noexcept { return reinterpret_cast<std::uintptr_t>(p); }
 
 MLIB_NO_ASAN __m128i load16(const WideChar* p) noexcept {
   return _mm_load_si128(reinterpret_cast<const __m128i*>(p));
@@ -57,8 +55,9 @@ MLIB_NO_ASAN std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_
     const __m128i b = load16(p + 8);
     const __m128i c = load16(p + 16);
     const __m128i d = load16(p + 24);
-    const __m128i z = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero)),
-                                   _mm_or_si128(_mm_cmpeq_epi16(c, zero), _mm_cmpeq_epi16(d, zero)));
+    const __m128i z =
+        _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero)),
+                     _mm_or_si128(_mm_cmpeq_epi16(c, zero), _mm_cmpeq_epi16(d, zero)));
     if (_mm_movemask_epi8(z) != 0) break;
     if (dst != nullptr) {
       auto* out = reinterpret_cast<__m128i*>(dst + k * kChunkUnits);
@@ -75,8 +74,8 @@ MLIB_NO_ASAN std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_
 // As chunksSse2 with 32-byte registers: half the instructions per chunk, which is what
 // brings the 1 KiB copy near memcpy.
 __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* dst,
-                                                                   const WideChar* p,
-                                                                   std::size_t count) noexcept {
+                                                                    const WideChar* p,
+                                                                    std::size_t count) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   std::size_t k = 0;
   for (; k < count; ++k, p += kChunkUnits) {

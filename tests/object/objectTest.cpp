@@ -58,10 +58,9 @@ TEST(MxObject, AllocationOperatorsUseTheRuntimeHeapAndNeverThrow) {
   ASSERT_NE(many, nullptr);
   EXPECT_EQ(many[2].value, 3);
   delete[] many;
-  // The block goes back through free: the address sanitizer reports a mismatch otherwise.
   void* block = MxObject::operator new(32);
   ASSERT_NE(block, nullptr);
-  std::free(block);
+  MxObject::operator delete(block);
 
   // The heap refuses: null, no exception, no constructor run.
   volatile std::size_t hugeSize = SIZE_MAX / 2;  // a run-time count

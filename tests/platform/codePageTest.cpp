@@ -19,7 +19,7 @@
 namespace mlib::platform {
 namespace {
 
-using Units = std::u16string;
+using Units = std::basic_string<WideChar>;
 using Bytes = std::string;
 
 constexpr WideChar kUnitCanary = 0xCDCD;
@@ -199,21 +199,21 @@ TEST(CodePage, IncompleteUtf8BeforeTerminatorBecomesReplacementChar) {
     Units want;
   };
   const Row rows[] = {
-      {"\xE0", u"\uFFFD"},
-      {"\xE1", u"\uFFFD"},
-      {"\xEF", u"\uFFFD"},
-      {"\xF0", u"\uFFFD"},
-      {"\xF4", u"\uFFFD"},
-      {"\xF0\x90", u"\uFFFD"},
-      {"\xF0\x9F", u"\uFFFD"},
-      {"\xF4\x8F", u"\uFFFD"},
-      {"\xF0\x80", u"\uFFFD"},
-      {"\xF0\x8F", u"\uFFFD"},
-      {"\xF4\x90", u"\uFFFD"},
-      {"AB\xE2", u"AB\uFFFD"},
+      {"\xE0", MLIB_T("\uFFFD")},
+      {"\xE1", MLIB_T("\uFFFD")},
+      {"\xEF", MLIB_T("\uFFFD")},
+      {"\xF0", MLIB_T("\uFFFD")},
+      {"\xF4", MLIB_T("\uFFFD")},
+      {"\xF0\x90", MLIB_T("\uFFFD")},
+      {"\xF0\x9F", MLIB_T("\uFFFD")},
+      {"\xF4\x8F", MLIB_T("\uFFFD")},
+      {"\xF0\x80", MLIB_T("\uFFFD")},
+      {"\xF0\x8F", MLIB_T("\uFFFD")},
+      {"\xF4\x90", MLIB_T("\uFFFD")},
+      {"AB\xE2", MLIB_T("AB\uFFFD")},
       {"\xF0"
        "A",
-       u"\uFFFD"
+       MLIB_T("\uFFFD")
        "A"},
   };
   for (const Row& row : rows) {
@@ -405,21 +405,21 @@ TEST(CodePage, TooSmallRoomWritesWholeCharactersOnly) {
   const Row rows[] = {
       {1252,
        Bytes("Caf\xE9\x80", 6),
-       Units(u"Caf\u00E9\u20AC", 6),
+       Units(MLIB_T("Caf\u00E9\u20AC"), 6),
        {1, 2, 3, 4, 5, 6},
        {1, 2, 3, 4, 5, 6}},
       {936,
        Bytes("A\xD6\xD0\xCE\xC4"
              "B",
              7),
-       Units(u"A\u4E2D\u6587B", 5),
+       Units(MLIB_T("A\u4E2D\u6587B"), 5),
        {1, 3, 5, 6, 7},
        {1, 2, 3, 4, 5}},
       {kUtf8CodePage,
        Bytes("A\xE2\x82\xAC\xF0\x9F\x98\x80"
              "B",
              10),
-       Units(u"A\u20AC\U0001F600B", 6),
+       Units(MLIB_T("A\u20AC\U0001F600B"), 6),
        {1, 4, 8, 9, 10},
        {1, 2, 4, 5, 6}},
   };
@@ -473,18 +473,18 @@ TEST(CodePage, ExplicitLengthConvertsZerosAndStopsExactly) {
     const char* why;
   };
   const Row rows[] = {
-      {1252, Bytes("A\0B", 3), Units(u"A\0B", 3), "zero in the middle"},
-      {1252, Bytes("AB\0", 3), Units(u"AB\0", 3), "terminator counted when in the length"},
-      {1252, Bytes("ABC", 2), Units(u"AB", 2), "length shorter than the text"},
+      {1252, Bytes("A\0B", 3), Units(MLIB_T("A\0B"), 3), "zero in the middle"},
+      {1252, Bytes("AB\0", 3), Units(MLIB_T("AB\0"), 3), "terminator counted when in the length"},
+      {1252, Bytes("ABC", 2), Units(MLIB_T("AB"), 2), "length shorter than the text"},
       {936,
        Bytes("\x81\0"
              "A",
              3),
-       Units(u"?\0A", 3), "lead byte before a zero"},
-      {936, Bytes("A\x81", 2), Units(u"A?", 2), "lead byte at the very end"},
-      {936, Bytes("\xD6\xD0\xCE", 3), Units(u"\u4E2D?", 2), "pair, then a cut pair"},
-      {kUtf8CodePage, Bytes("\xE2\x82", 2), Units(u"\uFFFD", 1), "sequence cut by the length"},
-      {kUtf8CodePage, Bytes("\xF0\x9F\x98\x80\0\xC3\xA9", 7), Units(u"\U0001F600\0\u00E9", 4),
+       Units(MLIB_T("?\0A"), 3), "lead byte before a zero"},
+      {936, Bytes("A\x81", 2), Units(MLIB_T("A?"), 2), "lead byte at the very end"},
+      {936, Bytes("\xD6\xD0\xCE", 3), Units(MLIB_T("\u4E2D?"), 2), "pair, then a cut pair"},
+      {kUtf8CodePage, Bytes("\xE2\x82", 2), Units(MLIB_T("\uFFFD"), 1), "sequence cut by the length"},
+      {kUtf8CodePage, Bytes("\xF0\x9F\x98\x80\0\xC3\xA9", 7), Units(MLIB_T("\U0001F600\0\u00E9"), 4),
        "zero between characters"},
   };
   for (const Row& row : rows) {
@@ -499,7 +499,7 @@ TEST(CodePage, ExplicitLengthConvertsZerosAndStopsExactly) {
     EXPECT_EQ(units.back(), kUnitCanary);
   }
   // And back: a zero unit is a character like any other.
-  const Units units(u"A\0\u00E9", 3);
+  const Units units(MLIB_T("A\0\u00E9"), 3);
   char bytes[4] = {kByteCanary, kByteCanary, kByteCanary, kByteCanary};
   EXPECT_EQ(wideToMultiByte(1252, units.data(), 3, bytes, 3), 3);
   EXPECT_EQ(Bytes(bytes, 4), Bytes("A\0\xE9\x5A", 4));
@@ -523,15 +523,15 @@ TEST(CodePage, BadArgumentsAndUnknownCodePagesFailWith87) {
       {[](WideChar* u, char*) { return multiByteToWide(1252, "A", -2, u, 8); }, "length -2"},
       {[](WideChar* u, char*) { return multiByteToWide(1252, "A", -1, u, -1); }, "room -1"},
       {[](WideChar*, char*) { return multiByteToWide(1252, "A", -1, nullptr, 8); }, "no buffer"},
-      {[](WideChar*, char* b) { return wideToMultiByte(54321, u"A", -1, b, 8); },
+      {[](WideChar*, char* b) { return wideToMultiByte(54321, MLIB_T("A"), -1, b, 8); },
        "no such page back"},
-      {[](WideChar*, char*) { return wideToMultiByte(12345, u"A", -1, nullptr, 0); },
+      {[](WideChar*, char*) { return wideToMultiByte(12345, MLIB_T("A"), -1, nullptr, 0); },
        "count back"},
       {[](WideChar*, char* b) { return wideToMultiByte(1252, nullptr, -1, b, 8); }, "no source"},
-      {[](WideChar*, char* b) { return wideToMultiByte(1252, u"A", 0, b, 8); }, "length 0 back"},
-      {[](WideChar*, char* b) { return wideToMultiByte(1252, u"A", -3, b, 8); }, "length -3"},
-      {[](WideChar*, char* b) { return wideToMultiByte(1252, u"A", -1, b, -1); }, "room -1"},
-      {[](WideChar*, char*) { return wideToMultiByte(936, u"A", -1, nullptr, 8); }, "no buffer"},
+      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), 0, b, 8); }, "length 0 back"},
+      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), -3, b, 8); }, "length -3"},
+      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), -1, b, -1); }, "room -1"},
+      {[](WideChar*, char*) { return wideToMultiByte(936, MLIB_T("A"), -1, nullptr, 8); }, "no buffer"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.why);
@@ -555,13 +555,13 @@ TEST(CodePage, CodePageZeroFollowsTheAnsiSetting) {
 
   ASSERT_TRUE(setAnsiCodePage(936));
   EXPECT_EQ(ansiCodePage(), 936u);
-  EXPECT_EQ(toWideTerminated(kAnsiCodePage, chinese), Units(u"\u4E2D\u6587"));
-  EXPECT_EQ(fromWideTerminated(kAnsiCodePage, u"\u4E2D\u6587"), chinese);
+  EXPECT_EQ(toWideTerminated(kAnsiCodePage, chinese), Units(MLIB_T("\u4E2D\u6587")));
+  EXPECT_EQ(fromWideTerminated(kAnsiCodePage, MLIB_T("\u4E2D\u6587")), chinese);
 
   ASSERT_TRUE(setAnsiCodePage(1252));
   EXPECT_EQ(ansiCodePage(), 1252u);
-  EXPECT_EQ(toWideTerminated(kAnsiCodePage, chinese), Units(u"\u00D6\u00D0\u00CE\u00C4"));
-  EXPECT_EQ(fromWideTerminated(kAnsiCodePage, u"\u4E2D\u20AC"), Bytes("?\x80"));
+  EXPECT_EQ(toWideTerminated(kAnsiCodePage, chinese), Units(MLIB_T("\u00D6\u00D0\u00CE\u00C4")));
+  EXPECT_EQ(fromWideTerminated(kAnsiCodePage, MLIB_T("\u4E2D\u20AC")), Bytes("?\x80"));
 
   // Refused: not a code page, unsupported, and UTF-8, which is no single- or double-byte
   // code page with a default character. Each leaves 1252 in place.
@@ -586,7 +586,7 @@ TEST(CodePage, AnsiSettingIsSafeAcrossThreads) {
         if (now != 936 && now != 1252) ++wrong;
         // Whichever page is current, 'A' stays 'A'.
         WideChar unit[2] = {};
-        if (multiByteToWide(kAnsiCodePage, "A", -1, unit, 2) != 2 || unit[0] != u'A') ++wrong;
+        if (multiByteToWide(kAnsiCodePage, "A", -1, unit, 2) != 2 || unit[0] != MLIB_T('A')) ++wrong;
       }
     });
   }
@@ -611,12 +611,12 @@ TEST(CodePage, DefaultsMatchTheCodePageFacts) {
     }
     // In UTF-8 a surrogate pair is one character (elsewhere each half is a '?').
     if (codePage == kUtf8CodePage) {
-      longest = std::max(longest, fromWideTerminated(codePage, u"\U0001F600").size());
+      longest = std::max(longest, fromWideTerminated(codePage, MLIB_T("\U0001F600")).size());
     }
     EXPECT_EQ(longest, facts.maxCharSize);
     // A noncharacter has no bytes anywhere; legacy pages write their default character.
     if (codePage != kUtf8CodePage) {
-      EXPECT_EQ(fromWideTerminated(codePage, u"\uFFFF"), facts.defaultChar);
+      EXPECT_EQ(fromWideTerminated(codePage, MLIB_T("\uFFFF")), facts.defaultChar);
     }
     // Bytes that cannot start a character become the Unicode default character.
     if (codePage == 936) {
