@@ -25,6 +25,12 @@ using detail::zeroWide;
 
 namespace {
 
+// Units before the terminator of a String's buffer, never counting past its capacity. Used
+// instead of GetLength inside this file: exported members are not inlined.
+std::size_t lengthOf(const WideChar* buffer) noexcept {
+  return wideLengthBounded(buffer, wideCapacity(buffer));
+}
+
 // memcpy of UTF-16 units that also accepts a null source for a count of 0.
 void copyUnits(WideChar* dst, const WideChar* src, std::size_t unitCount) noexcept {
   if (unitCount != 0) std::memcpy(dst, src, unitCount * sizeof(WideChar));
@@ -132,7 +138,7 @@ String::String(const unsigned char* text) : String(reinterpret_cast<const char*>
 String::String(const String& other) : String() {
   // The other's capacity bounds its length: copy in one pass into a block of that size,
   // then record the exact capacity.
-  const std::size_t capacity = other.getSize();
+  const std::size_t capacity = wideCapacity(other.buffer_);
   if (capacity == 0) return;
   WideChar* fresh = allocWideRaw(capacity + 1);
   const std::size_t unitCount = detail::copyWideText(fresh, other.buffer_, capacity);
@@ -175,21 +181,21 @@ WideChar* String::GetBuffer(unsigned i) const noexcept {
 WideChar* String::ResizeBuffer(unsigned n) {
   if (buffer_ == nullptr) return AllocBuffer(n);
   WideChar* fresh = allocWideZeroed(static_cast<std::size_t>(n) + 1);
-  const std::size_t unitCount = wideLengthBounded(buffer_, getSize());
+  const std::size_t unitCount = lengthOf(buffer_);
   copyUnits(fresh, buffer_, (unitCount < n ? unitCount : n));
   freeWide(buffer_);
   buffer_ = fresh;
   return buffer_;
 }
 
-void String::ResetBuffer() noexcept { zeroWide(buffer_, getSize()); }
+void String::ResetBuffer() noexcept { zeroWide(buffer_, wideCapacity(buffer_)); }
 
 unsigned String::getSize() const noexcept { return wideCapacity(buffer_); }
 
 // ---- Assignment --------------------------------------------------------------------
 
 String& String::operator=(const WideChar* text) {
-  const unsigned capacity = getSize();
+  const unsigned capacity = wideCapacity(buffer_);
   if (text == nullptr) {
     zeroWide(buffer_, capacity);
     return *this;
@@ -226,10 +232,11 @@ String& String::operator=(String&& other) noexcept {
 
 String& String::operator=(const char* text) {
   String wide(text);
-  const std::size_t unitCount = wide.GetLength();
+  const std::size_t unitCount = lengthOf(wide.buffer_);
   // Where the assignment would re-allocate anyway and the converted text already sits in
   // a buffer of exactly unitCount + 1 units, take that buffer instead of copying it.
-  if (unitCount != 0 && getSize() <= unitCount && wide.getSize() == unitCount + 1) {
+  if (unitCount != 0 && wideCapacity(buffer_) <= unitCount &&
+      wideCapacity(wide.buffer_) == unitCount + 1) {
     ReleaseBuffer();
     buffer_ = wide.buffer_;
     wide.buffer_ = nullptr;
@@ -250,14 +257,15 @@ String& String::operator=(WideChar c) {
 String String::operator+(const WideChar* text) const {
   if (text == nullptr) return String(*this);
   String sum;
-  sum.buffer_ = joinTexts(buffer_, getSize(), text, wideLength(text));
+  sum.buffer_ = joinTexts(buffer_, wideCapacity(buffer_), text, wideLength(text));
   return sum;
 }
 
 String String::operator+(const String& other) const {
   if (other.buffer_ == nullptr) return String(*this);
   String sum;
-  sum.buffer_ = joinTexts(buffer_, getSize(), other.buffer_, other.getSize());
+  sum.buffer_ =
+      joinTexts(buffer_, wideCapacity(buffer_), other.buffer_, wideCapacity(other.buffer_));
   return sum;
 }
 
@@ -276,8 +284,8 @@ String String::operator+(WideChar c) const {
 
 String& String::operator+=(const WideChar* text) {
   if (text == nullptr) return *this;
-  const std::size_t capacity = getSize();
-  const std::size_t firstCount = GetLength();
+  const std::size_t capacity = wideCapacity(buffer_);
+  const std::size_t firstCount = wideLengthBounded(buffer_, capacity);
   const std::size_t room = capacity - firstCount;  // at least 1 while there is a buffer
   const auto at = reinterpret_cast<std::uintptr_t>(text);
   const auto begin = reinterpret_cast<std::uintptr_t>(buffer_);
@@ -338,7 +346,7 @@ const WideChar* String::toString() const noexcept { return buffer_; }
 
 char* String::toAnsi() const {
   if (buffer_ == nullptr) return nullptr;
-  char* fresh = narrowToAnsi(buffer_, GetLength());
+  char* fresh = narrowToAnsi(buffer_, lengthOf(buffer_));
   delete[] ansi_;
   ansi_ = fresh;
   return ansi_;
@@ -351,9 +359,7 @@ String::operator std::string() const {
   return ansi == nullptr ? std::string() : std::string(ansi);
 }
 
-int String::GetLength() const noexcept {
-  return static_cast<int>(wideLengthBounded(buffer_, getSize()));
-}
+int String::GetLength() const noexcept { return static_cast<int>(lengthOf(buffer_)); }
 
 int String::GetAnsiLength() const {
   const char* ansi = ansi_ != nullptr ? ansi_ : toAnsi();
@@ -366,7 +372,7 @@ bool String::IsNull() const noexcept { return buffer_ == nullptr; }
 
 bool String::operator==(const WideChar* text) const noexcept {
   if (buffer_ == nullptr || text == nullptr) return false;
-  const std::size_t unitCount = GetLength();
+  const std::size_t unitCount = lengthOf(buffer_);
   if (wideLengthBounded(text, unitCount + 1) != unitCount) return false;
   return std::memcmp(buffer_, text, unitCount * sizeof(WideChar)) == 0;
 }

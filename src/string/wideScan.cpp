@@ -30,7 +30,9 @@ namespace {
 constexpr std::size_t kChunkUnits = 32;
 
 #if defined(MLIB_WIDE_SCAN_SIMD)
-std::uintptr_t addressOf(const WideChar* p) noexcept { return reinterpret_cast<std::uintptr_t>(p); }
+MLIB_NO_ASAN std::uintptr_t addressOf(const WideChar* p) noexcept {
+  return reinterpret_cast<std::uintptr_t>(p);
+}
 
 MLIB_NO_ASAN __m128i load16(const WideChar* p) noexcept {
   return _mm_load_si128(reinterpret_cast<const __m128i*>(p));
@@ -41,7 +43,7 @@ MLIB_NO_ASAN int zeroMask16(const WideChar* p) noexcept {
   return _mm_movemask_epi8(_mm_cmpeq_epi16(load16(p), _mm_setzero_si128()));
 }
 
-std::size_t firstSetUnit(int mask) noexcept {
+MLIB_NO_ASAN std::size_t firstSetUnit(int mask) noexcept {
   return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask)) >> 1);
 }
 
@@ -78,6 +80,24 @@ __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* ds
                                                                     std::size_t count) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   std::size_t k = 0;
+  // Two chunks a round while two remain: one test per 128 bytes.
+  for (; count - k >= 2; k += 2, p += 2 * kChunkUnits) {
+    const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
+    const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 16));
+    const __m256i c = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 32));
+    const __m256i d = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 48));
+    const __m256i z =
+        _mm256_or_si256(_mm256_or_si256(_mm256_cmpeq_epi16(a, zero), _mm256_cmpeq_epi16(b, zero)),
+                        _mm256_or_si256(_mm256_cmpeq_epi16(c, zero), _mm256_cmpeq_epi16(d, zero)));
+    if (_mm256_testz_si256(z, z) == 0) break;
+    if (dst != nullptr) {
+      auto* out = reinterpret_cast<__m256i*>(dst + k * kChunkUnits);
+      _mm256_storeu_si256(out, a);
+      _mm256_storeu_si256(out + 1, b);
+      _mm256_storeu_si256(out + 2, c);
+      _mm256_storeu_si256(out + 3, d);
+    }
+  }
   for (; k < count; ++k, p += kChunkUnits) {
     const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
     const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 16));
@@ -92,13 +112,14 @@ __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* ds
   return k;
 }
 
-bool hasAvx2() noexcept {
+MLIB_NO_ASAN bool hasAvx2() noexcept {
   static const bool yes = __builtin_cpu_supports("avx2") != 0;
   return yes;
 }
 #endif
 
-std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p, std::size_t count) noexcept {
+MLIB_NO_ASAN std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
+                                        std::size_t count) noexcept {
 #if defined(MLIB_WIDE_SCAN_AVX2)
   if (hasAvx2()) return chunksAvx2(dst, p, count);
 #endif
@@ -108,8 +129,9 @@ std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p, std::size_t count) 
 
 }  // namespace
 
-MLIB_NO_ASAN std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept {
-  if (text == nullptr) return 0;
+namespace {
+
+MLIB_NO_ASAN std::size_t scanFrom(const WideChar* text, std::size_t maxUnits) noexcept {
   std::size_t n = 0;
 #if defined(MLIB_WIDE_SCAN_SIMD)
   // A bound past the end of the address space is no bound.
@@ -119,20 +141,19 @@ MLIB_NO_ASAN std::size_t wideLengthBounded(const WideChar* text, std::size_t max
   for (; (addressOf(text + n) & 15u) != 0; ++n) {
     if (n == limit || text[n] == 0) return done(n);
   }
-  for (; (addressOf(text + n) & 63u) != 0; n += 8) {
+  // Blocks and chunks may reach past the bound: reading them is safe, done() clips the
+  // count. Short texts end within the first blocks, before the chunk loop is worth its call.
+  for (;;) {
     if (n >= limit) return done(n);
+    if (n >= kChunkUnits && (addressOf(text + n) & 63u) == 0) {
+      const std::size_t wanted = (limit - n + kChunkUnits - 1) / kChunkUnits;
+      const std::size_t clean = zeroFreeChunks(nullptr, text + n, wanted);
+      n += clean * kChunkUnits;
+      if (clean == wanted) return done(n);
+    }
     const int mask = zeroMask16(text + n);
     if (mask != 0) return done(n + firstSetUnit(mask));
-  }
-  if (n >= limit) return done(n);
-  // Chunks may reach past the bound: reading them is safe, and done() clips the count.
-  const std::size_t wanted = (limit - n + kChunkUnits - 1) / kChunkUnits;
-  const std::size_t clean = zeroFreeChunks(nullptr, text + n, wanted);
-  n += clean * kChunkUnits;
-  if (clean == wanted) return done(n);
-  for (;; n += 8) {
-    const int mask = zeroMask16(text + n);
-    if (mask != 0) return done(n + firstSetUnit(mask));
+    n += 8;
   }
 #else
   while (n < maxUnits && text[n] != 0) ++n;
@@ -140,12 +161,34 @@ MLIB_NO_ASAN std::size_t wideLengthBounded(const WideChar* text, std::size_t max
 #endif
 }
 
+}  // namespace
+
+MLIB_NO_ASAN std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept {
+  if (text == nullptr) return 0;
+#if defined(MLIB_WIDE_SCAN_SIMD)
+  // Strings' own buffers are 16-byte aligned and mostly short: their first blocks are tested
+  // here before the general loop, which halves the cost of measuring a 16-unit text.
+  if ((addressOf(text) & 15u) == 0) {
+    for (std::size_t n = 0; n < kChunkUnits; n += 8) {
+      const int mask = zeroMask16(text + n);
+      if (mask != 0) {
+        const std::size_t count = n + firstSetUnit(mask);
+        return count < maxUnits ? count : maxUnits;
+      }
+      if (maxUnits <= n + 8) return maxUnits;
+    }
+  }
+#endif
+  return scanFrom(text, maxUnits);
+}
+
 std::size_t wideLength(const WideChar* text) noexcept {
   return wideLengthBounded(text, static_cast<std::size_t>(-1));
 }
 
-// One pass instead of a measuring pass and a copying pass. Whole chunks are stored only when
-// they hold no terminator and lie below maxUnits; the rest goes unit by unit.
+// One pass instead of a measuring pass and a copying pass. Blocks and chunks are stored only
+// when they hold no terminator and lie below maxUnits; the block holding the terminator is
+// finished unit by unit, as is a last part shorter than a block.
 MLIB_NO_ASAN std::size_t copyWideText(WideChar* dst, const WideChar* src,
                                       std::size_t maxUnits) noexcept {
   std::size_t n = 0;
@@ -155,12 +198,20 @@ MLIB_NO_ASAN std::size_t copyWideText(WideChar* dst, const WideChar* src,
     dst[n] = src[n];
     if (src[n] == 0) return n;
   }
-  for (; (addressOf(src + n) & 63u) != 0 && maxUnits - n >= 8; n += 8) {
-    if (zeroMask16(src + n) != 0) break;
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + n), load16(src + n));
-  }
-  if ((addressOf(src + n) & 63u) == 0) {
-    n += kChunkUnits * zeroFreeChunks(dst + n, src + n, (maxUnits - n) / kChunkUnits);
+  while (maxUnits - n >= 8) {
+    if (n >= kChunkUnits && maxUnits - n >= kChunkUnits && (addressOf(src + n) & 63u) == 0) {
+      n += kChunkUnits * zeroFreeChunks(dst + n, src + n, (maxUnits - n) / kChunkUnits);
+      if (maxUnits - n < 8) break;
+    }
+    const __m128i block = load16(src + n);
+    const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(block, _mm_setzero_si128()));
+    if (mask != 0) {
+      const std::size_t end = n + firstSetUnit(mask);
+      for (; n <= end; ++n) dst[n] = src[n];
+      return end;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + n), block);
+    n += 8;
   }
 #endif
   for (; n < maxUnits; ++n) {
