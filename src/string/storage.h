@@ -25,8 +25,9 @@ constexpr std::size_t kMaxWideCapacity = 0x7FFFFFFFu;
 void freeWide(WideChar* buffer) noexcept;
 // What sits in front of every wide buffer. Sixteen bytes keep the units as aligned as the
 // heap's blocks, so the scans start on whole 16-byte blocks at once.
-struct alignas(16) WideBlockHeader {
-  unsigned capacity;  // UTF-16 units asked for, terminator slot included
+struct WideBlockHeader {
+  unsigned capacity;           // UTF-16 units asked for, terminator slot included
+  unsigned char reserved[12];  // keeps the units 16 bytes behind the block's start
 };
 static_assert(sizeof(WideBlockHeader) == 16);
 
@@ -39,13 +40,14 @@ inline const WideBlockHeader* wideHeaderOf(const WideChar* buffer) noexcept {
 [[nodiscard]] inline unsigned wideCapacity(const WideChar* buffer) noexcept {
   return buffer == nullptr ? 0 : wideHeaderOf(buffer)->capacity;
 }
+
 // Grows (or shrinks) the block in place where the heap can, keeping the first
 // min(old, new) units; units past the old capacity come back zero. Returns the buffer's new
 // address (the old one is gone). Throws std::bad_alloc, leaving the old block untouched.
 [[nodiscard]] WideChar* regrowWide(WideChar* buffer, std::size_t units);
 
-// UTF-16 units before the terminator; 0 for null. Reads whole aligned 16-byte blocks, so it
-// may look at bytes past the terminator but never past the block (or page) holding it.
+// UTF-16 units before the terminator; 0 for null. Reads whole aligned blocks (16 to 128
+// bytes), so it may look at bytes past the terminator but never past the page holding it.
 [[nodiscard]] std::size_t wideLength(const WideChar* text) noexcept;
 // As wideLength, but never counts past maxUnits: gives maxUnits when none of the first
 // maxUnits units is the terminator (a buffer whose last slot was overwritten).

@@ -31,6 +31,16 @@ std::size_t lengthOf(const WideChar* buffer) noexcept {
   return wideLengthBounded(buffer, wideCapacity(buffer));
 }
 
+// How many units to make room for when copying the text of a String buffer of `capacity`
+// units in one pass. The capacity bounds the text, but a large buffer that ends in zeros is
+// mostly reserve (a Format or AllocBuffer buffer): its text is measured first, so a short
+// text in a huge buffer never costs a huge temporary block.
+std::size_t copyBound(const WideChar* buffer, std::size_t capacity) noexcept {
+  constexpr std::size_t kAlwaysOnePass = 4096;
+  if (capacity <= kAlwaysOnePass || buffer[capacity - 2] != 0) return capacity;
+  return wideLengthBounded(buffer, capacity);
+}
+
 // memcpy of UTF-16 units that also accepts a null source for a count of 0.
 void copyUnits(WideChar* dst, const WideChar* src, std::size_t unitCount) noexcept {
   if (unitCount != 0) std::memcpy(dst, src, unitCount * sizeof(WideChar));
@@ -140,8 +150,9 @@ String::String(const String& other) : String() {
   // then record the exact capacity.
   const std::size_t capacity = wideCapacity(other.buffer_);
   if (capacity == 0) return;
-  WideChar* fresh = allocWideRaw(capacity + 1);
-  const std::size_t unitCount = detail::copyWideText(fresh, other.buffer_, capacity);
+  const std::size_t bound = copyBound(other.buffer_, capacity);
+  WideChar* fresh = allocWideRaw(bound + 1);
+  const std::size_t unitCount = detail::copyWideText(fresh, other.buffer_, bound);
   if (unitCount == 0) {
     freeWide(fresh);
     return;
@@ -257,15 +268,16 @@ String& String::operator=(WideChar c) {
 String String::operator+(const WideChar* text) const {
   if (text == nullptr) return String(*this);
   String sum;
-  sum.buffer_ = joinTexts(buffer_, wideCapacity(buffer_), text, wideLength(text));
+  sum.buffer_ =
+      joinTexts(buffer_, copyBound(buffer_, wideCapacity(buffer_)), text, wideLength(text));
   return sum;
 }
 
 String String::operator+(const String& other) const {
   if (other.buffer_ == nullptr) return String(*this);
   String sum;
-  sum.buffer_ =
-      joinTexts(buffer_, wideCapacity(buffer_), other.buffer_, wideCapacity(other.buffer_));
+  sum.buffer_ = joinTexts(buffer_, copyBound(buffer_, wideCapacity(buffer_)), other.buffer_,
+                          copyBound(other.buffer_, wideCapacity(other.buffer_)));
   return sum;
 }
 

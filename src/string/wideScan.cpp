@@ -73,6 +73,23 @@ MLIB_NO_ASAN std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_
 }
 
 #if defined(MLIB_WIDE_SCAN_AVX2)
+// One chunk at p: false when it holds a zero unit; otherwise true, and copied to dst when
+// there is one.
+__attribute__((target("avx2"))) MLIB_NO_ASAN bool chunkAvx2(WideChar* dst,
+                                                            const WideChar* p) noexcept {
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
+  const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 16));
+  const __m256i z = _mm256_or_si256(_mm256_cmpeq_epi16(a, zero), _mm256_cmpeq_epi16(b, zero));
+  if (_mm256_testz_si256(z, z) == 0) return false;
+  if (dst != nullptr) {
+    auto* out = reinterpret_cast<__m256i*>(dst);
+    _mm256_storeu_si256(out, a);
+    _mm256_storeu_si256(out + 1, b);
+  }
+  return true;
+}
+
 // As chunksSse2 with 32-byte registers: half the instructions per chunk, which is what
 // brings the 1 KiB copy near memcpy.
 __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* dst,
@@ -80,12 +97,18 @@ __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* ds
                                                                     std::size_t count) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   std::size_t k = 0;
+  // Pairs of chunks are read only from a 128-byte boundary, so a pair never crosses a page.
+  if ((addressOf(p) & 127u) != 0) {
+    if (count == 0 || !chunkAvx2(dst, p)) return 0;
+    k = 1;
+  }
   // Two chunks a round while two remain: one test per 128 bytes.
-  for (; count - k >= 2; k += 2, p += 2 * kChunkUnits) {
-    const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
-    const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 16));
-    const __m256i c = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 32));
-    const __m256i d = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 48));
+  for (; count - k >= 2; k += 2) {
+    const WideChar* at = p + k * kChunkUnits;
+    const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(at));
+    const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(at + 16));
+    const __m256i c = _mm256_load_si256(reinterpret_cast<const __m256i*>(at + 32));
+    const __m256i d = _mm256_load_si256(reinterpret_cast<const __m256i*>(at + 48));
     const __m256i z =
         _mm256_or_si256(_mm256_or_si256(_mm256_cmpeq_epi16(a, zero), _mm256_cmpeq_epi16(b, zero)),
                         _mm256_or_si256(_mm256_cmpeq_epi16(c, zero), _mm256_cmpeq_epi16(d, zero)));
@@ -98,16 +121,9 @@ __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* ds
       _mm256_storeu_si256(out + 3, d);
     }
   }
-  for (; k < count; ++k, p += kChunkUnits) {
-    const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
-    const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 16));
-    const __m256i z = _mm256_or_si256(_mm256_cmpeq_epi16(a, zero), _mm256_cmpeq_epi16(b, zero));
-    if (_mm256_testz_si256(z, z) == 0) break;
-    if (dst != nullptr) {
-      auto* out = reinterpret_cast<__m256i*>(dst + k * kChunkUnits);
-      _mm256_storeu_si256(out, a);
-      _mm256_storeu_si256(out + 1, b);
-    }
+  while (k < count &&
+         chunkAvx2(dst == nullptr ? nullptr : dst + k * kChunkUnits, p + k * kChunkUnits)) {
+    ++k;
   }
   return k;
 }

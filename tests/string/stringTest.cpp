@@ -185,6 +185,11 @@ TEST(String, CopyIsExactAndMoveTakesTheBufferAsItIs) {
   String emptyWithBuffer;
   emptyWithBuffer.AllocBuffer(3);
   EXPECT_TRUE(String(emptyWithBuffer).IsNull());
+  String reserve;  // short text in a large reserve
+  reserve.AllocBuffer(100000);
+  reserve += MLIB_T("ab");
+  EXPECT_EQ(state(String(reserve)), State(u"ab", 3));
+  EXPECT_EQ(state(reserve + reserve), State(u"abab", 5));
 }
 
 TEST(String, ConcatenationMakesExactSizeStrings) {
