@@ -4,7 +4,8 @@
 // these loops do it 64 bytes at a time (AVX2 where the processor has it, SSE2 otherwise,
 // plain loops elsewhere). Aligned loads never cross a page boundary, so reading the whole
 // aligned chunk that holds the terminator is safe even where the text ends its allocation;
-// the functions that read that way are kept out of the address sanitizer's view.
+// the functions that read that way are kept out of the address and thread sanitizers' view
+// (the bytes past the terminator are never used, whoever owns them).
 #include <cstdint>
 
 #include "string/storage.h"
@@ -18,9 +19,9 @@
 #endif
 
 #if defined(__GNUC__) || defined(__clang__)
-#define MLIB_NO_ASAN __attribute__((no_sanitize_address))
+#define MLIB_UNCHECKED_READ __attribute__((no_sanitize("address", "thread")))
 #else
-#define MLIB_NO_ASAN
+#define MLIB_UNCHECKED_READ
 #endif
 
 namespace mlib::detail {
@@ -30,26 +31,26 @@ namespace {
 constexpr std::size_t kChunkUnits = 32;
 
 #if defined(MLIB_WIDE_SCAN_SIMD)
-MLIB_NO_ASAN std::uintptr_t addressOf(const WideChar* p) noexcept {
+MLIB_UNCHECKED_READ std::uintptr_t addressOf(const WideChar* p) noexcept {
   return reinterpret_cast<std::uintptr_t>(p);
 }
 
-MLIB_NO_ASAN __m128i load16(const WideChar* p) noexcept {
+MLIB_UNCHECKED_READ __m128i load16(const WideChar* p) noexcept {
   return _mm_load_si128(reinterpret_cast<const __m128i*>(p));
 }
 
 // Bit 2i set when unit i of the 16-byte block at p (16-byte aligned) is zero.
-MLIB_NO_ASAN int zeroMask16(const WideChar* p) noexcept {
+MLIB_UNCHECKED_READ int zeroMask16(const WideChar* p) noexcept {
   return _mm_movemask_epi8(_mm_cmpeq_epi16(load16(p), _mm_setzero_si128()));
 }
 
-MLIB_NO_ASAN std::size_t firstSetUnit(int mask) noexcept {
+MLIB_UNCHECKED_READ std::size_t firstSetUnit(int mask) noexcept {
   return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask)) >> 1);
 }
 
 // Whole chunks from p (64-byte aligned) that hold no zero unit, at most `count`; with a
 // destination, each such chunk is copied there too.
-MLIB_NO_ASAN std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_t count) noexcept {
+MLIB_UNCHECKED_READ std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_t count) noexcept {
   const __m128i zero = _mm_setzero_si128();
   std::size_t k = 0;
   for (; k < count; ++k, p += kChunkUnits) {
@@ -75,7 +76,7 @@ MLIB_NO_ASAN std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_
 #if defined(MLIB_WIDE_SCAN_AVX2)
 // One chunk at p: false when it holds a zero unit; otherwise true, and copied to dst when
 // there is one.
-__attribute__((target("avx2"))) MLIB_NO_ASAN bool chunkAvx2(WideChar* dst,
+__attribute__((target("avx2"))) MLIB_UNCHECKED_READ bool chunkAvx2(WideChar* dst,
                                                             const WideChar* p) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
@@ -92,7 +93,7 @@ __attribute__((target("avx2"))) MLIB_NO_ASAN bool chunkAvx2(WideChar* dst,
 
 // As chunksSse2 with 32-byte registers: half the instructions per chunk, which is what
 // brings the 1 KiB copy near memcpy.
-__attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* dst,
+__attribute__((target("avx2"))) MLIB_UNCHECKED_READ std::size_t chunksAvx2(WideChar* dst,
                                                                     const WideChar* p,
                                                                     std::size_t count) noexcept {
   const __m256i zero = _mm256_setzero_si256();
@@ -128,13 +129,13 @@ __attribute__((target("avx2"))) MLIB_NO_ASAN std::size_t chunksAvx2(WideChar* ds
   return k;
 }
 
-MLIB_NO_ASAN bool hasAvx2() noexcept {
+MLIB_UNCHECKED_READ bool hasAvx2() noexcept {
   static const bool yes = __builtin_cpu_supports("avx2") != 0;
   return yes;
 }
 #endif
 
-MLIB_NO_ASAN std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
+MLIB_UNCHECKED_READ std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
                                         std::size_t count) noexcept {
 #if defined(MLIB_WIDE_SCAN_AVX2)
   if (hasAvx2()) return chunksAvx2(dst, p, count);
@@ -147,7 +148,7 @@ MLIB_NO_ASAN std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
 
 namespace {
 
-MLIB_NO_ASAN std::size_t scanFrom(const WideChar* text, std::size_t maxUnits) noexcept {
+MLIB_UNCHECKED_READ std::size_t scanFrom(const WideChar* text, std::size_t maxUnits) noexcept {
   std::size_t n = 0;
 #if defined(MLIB_WIDE_SCAN_SIMD)
   // A bound past the end of the address space is no bound.
@@ -179,7 +180,7 @@ MLIB_NO_ASAN std::size_t scanFrom(const WideChar* text, std::size_t maxUnits) no
 
 }  // namespace
 
-MLIB_NO_ASAN std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept {
+MLIB_UNCHECKED_READ std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept {
   if (text == nullptr) return 0;
 #if defined(MLIB_WIDE_SCAN_SIMD)
   // Strings' own buffers are 16-byte aligned and mostly short: their first blocks are tested
@@ -205,7 +206,7 @@ std::size_t wideLength(const WideChar* text) noexcept {
 // One pass instead of a measuring pass and a copying pass. Blocks and chunks are stored only
 // when they hold no terminator and lie below maxUnits; the block holding the terminator is
 // finished unit by unit, as is a last part shorter than a block.
-MLIB_NO_ASAN std::size_t copyWideText(WideChar* dst, const WideChar* src,
+MLIB_UNCHECKED_READ std::size_t copyWideText(WideChar* dst, const WideChar* src,
                                       std::size_t maxUnits) noexcept {
   std::size_t n = 0;
 #if defined(MLIB_WIDE_SCAN_SIMD)
