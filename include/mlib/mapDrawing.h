@@ -10,6 +10,7 @@
 #include <mlib/map.h>
 #include <mlib/string.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -36,10 +37,10 @@ struct DrawingMeasure {
 struct DrawingWriter {
   WideChar* out;
   void repeat(WideChar c, double count) noexcept {
-    for (auto n = static_cast<long long>(count); n > 0; --n) *out++ = c;
+    if (count > 0) out = std::fill_n(out, static_cast<std::size_t>(count), c);
   }
   void text(const WideChar* units, std::size_t length) noexcept {
-    for (std::size_t i = 0; i < length; ++i) *out++ = units[i];
+    out = std::copy_n(units, length, out);
   }
 };
 
