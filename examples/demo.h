@@ -11,11 +11,11 @@ std::string demoUtf8(const mlib::WideChar* text);
 
 void demoText();
 void demoString();
+void demoSearch();
 void demoByte();
+void demoContainer();
 void demoException();
 void demoFile();
 void demoNet();
-void demoSearch();
-void demoContainer();
 
 #endif  // MLIB_EXAMPLES_DEMO_H

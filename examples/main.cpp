@@ -19,11 +19,11 @@ int main() {
   std::printf("mlib demo host\n==============\n");
   demoText();
   demoString();
+  demoSearch();
   demoByte();
+  demoContainer();
   demoException();
   demoFile();
   demoNet();
-  demoSearch();
-  demoContainer();
   return 0;
 }
