@@ -7,6 +7,7 @@
 //
 // Run: mlib_container_bench. Compare each mlib row with the std row beside it.
 #include <benchmark/benchmark.h>
+#include <mlib/containers.h>
 
 #include <algorithm>
 #include <cmath>
@@ -17,8 +18,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include <mlib/containers.h>
 
 namespace {
 
@@ -246,9 +245,9 @@ void MxMapPrintToString(benchmark::State& state) {
   state.counters["nodes"] = 2.0 * map.GetCount() + 1;
   state.counters["units"] = units;
   state.counters["height"] = treeHeight(map);
-  state.counters["ns_per_unit"] = benchmark::Counter(
-      units * static_cast<double>(state.iterations()),
-      benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.counters["ns_per_unit"] =
+      benchmark::Counter(units * static_cast<double>(state.iterations()),
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(MxMapPrintToString)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 

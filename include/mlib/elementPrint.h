@@ -37,21 +37,20 @@ inline constexpr bool kIsOneOf = (std::is_same_v<T, Listed> || ...);
 
 // Element types whose map key or value is zero-filled when a node is made or becomes a leaf.
 template <typename T>
-inline constexpr bool kIsPlainValue = kIsOneOf<
-    T, char, WideChar, unsigned char, short, int, long long, unsigned short, unsigned int,
-    unsigned long long, long, float, double,
-    char*, WideChar*, void*, unsigned char*, short*, int*, long long*, unsigned short*,
-    unsigned int*, unsigned long long*, long*, float*, double*,
-    const char*, const WideChar*, const void*, const unsigned char*, const short*, const int*,
-    const long long*, const unsigned short*, const unsigned int*, const unsigned long long*,
-    const long*, const float*, const double*>;
+inline constexpr bool kIsPlainValue =
+    kIsOneOf<T, char, WideChar, unsigned char, short, int, long long, unsigned short, unsigned int,
+             unsigned long long, long, float, double, char*, WideChar*, void*, unsigned char*,
+             short*, int*, long long*, unsigned short*, unsigned int*, unsigned long long*, long*,
+             float*, double*, const char*, const WideChar*, const void*, const unsigned char*,
+             const short*, const int*, const long long*, const unsigned short*, const unsigned int*,
+             const unsigned long long*, const long*, const float*, const double*>;
 
 // Element types a list prints element by element; every other list prints MxObject's text.
 template <typename T>
-inline constexpr bool kIsPrintable = kIsOneOf<
-    T, char, WideChar, unsigned char, short, int, long long, unsigned short, unsigned int,
-    unsigned long long, long, float, double, char*, WideChar*, unsigned char*, const char*,
-    const WideChar*, const unsigned char*, String, std::string>;
+inline constexpr bool kIsPrintable =
+    kIsOneOf<T, char, WideChar, unsigned char, short, int, long long, unsigned short, unsigned int,
+             unsigned long long, long, float, double, char*, WideChar*, unsigned char*, const char*,
+             const WideChar*, const unsigned char*, String, std::string>;
 
 // Zero-fills value when T is a plain value type; leaves any other value as it is.
 template <typename T>

@@ -167,8 +167,7 @@ class MxList : public IListBase<T> {
   T* GetLastPtr() override;
   T* GetPrevPtr() override;
   bool InsertNode(NODE* position, bool atTail, const T& value) override;
-  void ReservedOperation(std::uintptr_t, std::uintptr_t, std::uintptr_t,
-                         std::uintptr_t) override {}
+  void ReservedOperation(std::uintptr_t, std::uintptr_t, std::uintptr_t, std::uintptr_t) override {}
   void RemoveNode(NODE* node) override;
   bool ReservedPredicate(const T&, const T&) const override { return false; }
   NODE* FindNode(const T& value, int* index) const override;

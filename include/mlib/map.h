@@ -775,8 +775,7 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::removeEntry(NODE* z) {
 
 template <typename K, typename V>
 void MxMap<K, V>::destroyDetached(NODE* node, NODE* cursorFallback) noexcept {
-  if (cursor_ != nullptr &&
-      (cursor_ == node || cursor_ == node->left || cursor_ == node->right)) {
+  if (cursor_ != nullptr && (cursor_ == node || cursor_ == node->left || cursor_ == node->right)) {
     cursor_ = cursorFallback;
   }
   delete node;

@@ -4,9 +4,8 @@
 #ifndef MLIB_TESTS_CONTAINER_CONTAINERTESTUTIL_H
 #define MLIB_TESTS_CONTAINER_CONTAINERTESTUTIL_H
 
-#include <mlib/containers.h>
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <cstdint>
 #include <set>
@@ -40,7 +39,8 @@ class TreeChecker {
   // Black nodes on every path down to a leaf (the leaf counted), or -1 with problem set.
   // Collects the entries and their keys' hashes in order on the way.
   int BlackHeight(const Node* node) {
-    if (node->left == nullptr && node->right == nullptr) return node->colour == 0 ? 1 : Fail("red leaf");
+    if (node->left == nullptr && node->right == nullptr)
+      return node->colour == 0 ? 1 : Fail("red leaf");
     if (node->left == nullptr || node->right == nullptr) return Fail("entry with one child");
     if (node->left->parent != node || node->right->parent != node) return Fail("parent link");
     if (node->colour == 1 && (node->left->colour == 1 || node->right->colour == 1)) {
@@ -83,8 +83,8 @@ template <typename K, typename V>
     if (strictOrder ? a >= b : a > b) return ::testing::AssertionFailure() << "order at " << i;
   }
   if (checker.entries.size() != map.GetCount()) {
-    return ::testing::AssertionFailure() << checker.entries.size() << " entries, count "
-                                         << map.GetCount();
+    return ::testing::AssertionFailure()
+           << checker.entries.size() << " entries, count " << map.GetCount();
   }
   std::set<const Node*> seen;
   const Node* last = nullptr;

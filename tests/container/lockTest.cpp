@@ -32,7 +32,7 @@ TEST(MxLock, FreeOnlyAfterAsManyUnlocksByTheHolder) {
   MxLock lock;
   lock.Unlock();  // free lock: nothing happens
   lock.Lock();
-  lock.Lock();  // same thread: must not block
+  lock.Lock();                                 // same thread: must not block
   std::thread([&] { lock.Unlock(); }).join();  // a foreign thread cannot release it
   lock.Unlock();
   EXPECT_FALSE(LockAccess::TryLockOnAnotherThread(lock)) << "freed after one of two unlocks";

@@ -31,15 +31,17 @@ TEST(MapDrawing, OneEntryDrawsItAboveItsTwoLeaves) {
 }
 
 TEST(MapDrawing, KeysOneToThree) {
-  const Text want = Spaces(9) + MLIB_T("(2,b)\r\n") +                               //
-                    Spaces(3) + MLIB_T("(1,r)") + Hyphens(6) + MLIB_T("(3,r)\r\n") +  //
-                    MLIB_T("(0,b)(0,b) (0,b)(0,b)\r\n");
+  // clang-format off: one source line per picture line
+  const Text want = Spaces(9) + MLIB_T("(2,b)\r\n") + Spaces(3) + MLIB_T("(1,r)") + Hyphens(6) +
+                    MLIB_T("(3,r)\r\n") + MLIB_T("(0,b)(0,b) (0,b)(0,b)\r\n");
+  // clang-format on
   EXPECT_EQ(TextOf(DrawingOfKeys(3)), want);
 }
 
 TEST(MapDrawing, DeeperTreeWorkedByHand) {
   // 1..6: 2b(1b, 4r(3b, 5b(leaf, 6r))). Level 3 starts at index 4, so its first run of
   // spaces counts back from the last label of level 2 (the length carried between levels).
+  // clang-format off
   const Text six = Spaces(45) + MLIB_T("(2,b)\r\n") +
                    Spaces(21) + MLIB_T("(1,b)") + Hyphens(39) + MLIB_T("(4,r)\r\n") +
                    Spaces(9) + MLIB_T("(0,b)") + Hyphens(17) + MLIB_T("(0,b)") + Spaces(17) +
@@ -47,6 +49,7 @@ TEST(MapDrawing, DeeperTreeWorkedByHand) {
                    Spaces(50) + MLIB_T("(0,b)") + Hyphens(6) + MLIB_T("(0,b)") + Spaces(6) +
                    MLIB_T("(0,b)") + Hyphens(6) + MLIB_T("(6,r)\r\n") +
                    Spaces(76) + MLIB_T("(0,b)(0,b)\r\n");
+  // clang-format on
   EXPECT_EQ(TextOf(DrawingOfKeys(6)), six);
 }
 

@@ -53,8 +53,8 @@ TEST(MxMap, KeysOneToSevenIterateInPostOrderRootLast) {
   MxMap<int, int> map;
   for (int k = 1; k <= 7; ++k) map.Add(k, -k);
   EXPECT_EQ(IteratedKeys(map), (std::vector<int>{1, 3, 5, 7, 6, 4, 2}));
-  for (const auto& order : {std::vector<int>{1, 2, 3, 4, 5, 6, 7}, {7, 6, 5, 4, 3, 2, 1},
-                            {4, 2, 6, 1, 7, 3, 5}}) {
+  for (const auto& order :
+       {std::vector<int>{1, 2, 3, 4, 5, 6, 7}, {7, 6, 5, 4, 3, 2, 1}, {4, 2, 6, 1, 7, 3, 5}}) {
     MxMap<int, int> m;
     for (int k = 1; k <= 7; ++k) m.Add(k, k);
     for (int k : order) {

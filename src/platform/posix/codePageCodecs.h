@@ -175,6 +175,53 @@ inline void narrowBlock(const WideChar* src, unsigned char* dst) noexcept {
 #endif
 }
 
+// What the units of a block need in UTF-8: bit i of `wide` set where unit i is 0x80 or
+// above (two bytes or more), of `wider` where it is 0x800 or above (three bytes or more),
+// of `surrogate` where it is D800-DFFF.
+struct UnitClasses {
+  unsigned wide;
+  unsigned wider;
+  unsigned surrogate;
+};
+
+[[nodiscard]] inline UnitClasses unitClasses(const WideChar* src) noexcept {
+#if defined(__SSE2__)
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i high5 = _mm_and_si128(v, _mm_set1_epi16(-2048));  // 0xF800
+  const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(v, _mm_set1_epi16(-128)), zero);
+  const __m128i narrow = _mm_cmpeq_epi16(high5, zero);
+  const __m128i surrogate = _mm_cmpeq_epi16(high5, _mm_set1_epi16(-10240));  // 0xD800
+  const auto bits = [](__m128i lanes) {
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(lanes, lanes))) & 0xFFu;
+  };
+  return {~bits(ascii) & 0xFFu, ~bits(narrow) & 0xFFu, bits(surrogate)};
+#else
+  UnitClasses classes{0, 0, 0};
+  for (unsigned i = 0; i < kBlockUnits; ++i) {
+    classes.wide |= unsigned{src[i] >= 0x80} << i;
+    classes.wider |= unsigned{src[i] >= 0x800} << i;
+    classes.surrogate |= unsigned{(src[i] & 0xF800) == 0xD800} << i;
+  }
+  return classes;
+#endif
+}
+
+// The block's units as bytes, unit i in byte i of the word in memory order; right for
+// the units below 0x80, junk for the others.
+[[nodiscard]] inline std::uint64_t lowBytesWord(const WideChar* src) noexcept {
+  unsigned char bytes[8] = {};
+#if defined(__SSE2__)
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes), _mm_packus_epi16(v, v));
+#else
+  for (std::size_t i = 0; i < kBlockUnits; ++i) bytes[i] = static_cast<unsigned char>(src[i]);
+#endif
+  std::uint64_t word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
 [[nodiscard]] inline unsigned lowestBit(unsigned mask) noexcept {
   return static_cast<unsigned>(__builtin_ctz(mask));
 }

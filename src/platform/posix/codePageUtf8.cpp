@@ -5,6 +5,7 @@
 #endif
 
 #include <cstdint>
+#include <cstring>
 
 #include "platform/posix/codePageCodecs.h"
 
@@ -173,35 +174,338 @@ Converted fromWide(const WideChar* src, std::size_t unitCount, unsigned char* ds
   return {written, true};
 }
 
-}  // namespace
 
-// Each byte gives at most one unit (four bytes give a surrogate pair).
-Converted utf8ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
-                     std::size_t room) noexcept {
-  switch (chooseFill(dst, room, byteCount)) {
-    case Fill::kCount:
-      return toWide<Fill::kCount>(src, byteCount, dst, room);
-    case Fill::kUnchecked:
-      return toWide<Fill::kUnchecked>(src, byteCount, dst, room);
-    case Fill::kChecked:
-      break;
-  }
-  return toWide<Fill::kChecked>(src, byteCount, dst, room);
+// ---- Unchecked spans ----------------------------------------------------------------
+// The fast loops below convert a span of the source that is sure to fit the room left
+// (the entry points cut the source into such spans), so they check no room per
+// character; the checked loops above finish the last few characters before a tight
+// room. Against the checked loop alone this took an exactly sized conversion from
+// 0.69 to 1.9 GB/s on Western text (UTF-16 to UTF-8), and from 1.7 to 2.7 GB/s on
+// Chinese.
+
+constexpr bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
+// The shortest span worth a turn of the fast loops; what is left is done checked.
+constexpr std::size_t kMinSpan = 64;
+
+[[nodiscard]] inline bool isContinuation(unsigned byte) noexcept { return (byte & 0xC0) == 0x80; }
+
+// Writes the two bytes of a unit in 0080-07FF.
+inline void storeTwo(unsigned char* out, unsigned unit) noexcept {
+  out[0] = static_cast<unsigned char>(0xC0 | unit >> 6);
+  out[1] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
 }
 
-// Each unit gives at most three bytes (a surrogate pair gives four for two units).
+// Writes the three bytes of a unit in 0800-FFFF as one four-byte store: the fourth byte
+// is junk that the next character overwrites, so a unit must follow in the span.
+inline void storeThreeAndJunk(unsigned char* out, unsigned unit) noexcept {
+  const std::uint32_t b0 = 0xE0 | unit >> 12;
+  const std::uint32_t b1 = 0x80 | (unit >> 6 & 0x3F);
+  const std::uint32_t b2 = 0x80 | (unit & 0x3F);
+  const std::uint32_t word = kLittleEndian ? (b0 | b1 << 8 | b2 << 16) : (b0 << 24 | b1 << 16 | b2 << 8);
+  std::memcpy(out, &word, sizeof word);
+}
+
+inline void storeThree(unsigned char* out, unsigned unit) noexcept {
+  out[0] = static_cast<unsigned char>(0xE0 | unit >> 12);
+  out[1] = static_cast<unsigned char>(0x80 | (unit >> 6 & 0x3F));
+  out[2] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
+}
+
+// The bytes of `word` from byte `skip` on (skip < 8), moved to its start in memory order.
+[[nodiscard]] inline std::uint64_t dropBytes(std::uint64_t word, unsigned skip) noexcept {
+  return kLittleEndian ? word >> (8 * skip) : word << (8 * skip);
+}
+
+// Converts the units at src[at] on, one character at a time with exact writes, until at
+// reaches spanEnd; a surrogate pair may take the unit at spanEnd too (reading nothing
+// past unitCount). With kWrite false it only counts.
+template <bool kWrite>
+void encodeCharacters(const WideChar* src, std::size_t unitCount, std::size_t spanEnd,
+                      std::size_t& at, unsigned char* dst, std::size_t& written) noexcept {
+  while (at < spanEnd) {
+    const unsigned unit = src[at];
+    if (unit < 0x80) {
+      if constexpr (kWrite) dst[written] = static_cast<unsigned char>(unit);
+      written += 1;
+      at += 1;
+      continue;
+    }
+    if (unit < 0x800) {
+      if constexpr (kWrite) storeTwo(dst + written, unit);
+      written += 2;
+      at += 1;
+      continue;
+    }
+    if (unit - 0xD800 >= 0x800) {
+      if constexpr (kWrite) storeThree(dst + written, unit);
+      written += 3;
+      at += 1;
+      continue;
+    }
+    // A surrogate: with its partner a four-byte character, alone U+FFFD.
+    if (isHighSurrogate(unit) && unitCount - at >= 2 && isLowSurrogate(src[at + 1])) {
+      const char32_t codePoint = 0x10000 + ((unit - 0xD800) << 10) + (src[at + 1] - 0xDC00u);
+      if constexpr (kWrite) {
+        unsigned char* const out = dst + written;
+        out[0] = static_cast<unsigned char>(0xF0 | codePoint >> 18);
+        out[1] = static_cast<unsigned char>(0x80 | (codePoint >> 12 & 0x3F));
+        out[2] = static_cast<unsigned char>(0x80 | (codePoint >> 6 & 0x3F));
+        out[3] = static_cast<unsigned char>(0x80 | (codePoint & 0x3F));
+      }
+      written += 4;
+      at += 2;
+      continue;
+    }
+    if constexpr (kWrite) storeThree(dst + written, kReplacement);
+    written += 3;
+    at += 1;
+  }
+}
+
+#if defined(__SSE2__)
+// Encodes a block of units none of which is a surrogate, with no branch on the units: the
+// bytes of all eight are formed at once, then each goes out as one four-byte store
+// advanced by its length. Up to three junk bytes follow the block's bytes.
+inline std::size_t encodeBlock(const WideChar* src, unsigned char* dst) noexcept {
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  const __m128i zero = _mm_setzero_si128();
+  const auto encode = [](__m128i x) {
+    const __m128i low6 = _mm_set1_epi32(0x3F);
+    const __m128i last = _mm_or_si128(_mm_and_si128(x, low6), _mm_set1_epi32(0x80));
+    const __m128i middle =
+        _mm_or_si128(_mm_and_si128(_mm_srli_epi32(x, 6), low6), _mm_set1_epi32(0x80));
+    const __m128i three =
+        _mm_or_si128(_mm_or_si128(_mm_srli_epi32(x, 12), _mm_set1_epi32(0xE0)),
+                     _mm_or_si128(_mm_slli_epi32(middle, 8), _mm_slli_epi32(last, 16)));
+    const __m128i two = _mm_or_si128(_mm_or_si128(_mm_srli_epi32(x, 6), _mm_set1_epi32(0xC0)),
+                                     _mm_slli_epi32(last, 8));
+    const __m128i ascii = _mm_cmpeq_epi32(_mm_and_si128(x, _mm_set1_epi32(0xFF80)),
+                                          _mm_setzero_si128());
+    const __m128i narrow = _mm_cmpeq_epi32(_mm_and_si128(x, _mm_set1_epi32(0xF800)),
+                                           _mm_setzero_si128());
+    const __m128i upTo2 = _mm_or_si128(_mm_and_si128(narrow, two), _mm_andnot_si128(narrow, three));
+    return _mm_or_si128(_mm_and_si128(ascii, x), _mm_andnot_si128(ascii, upTo2));
+  };
+  const __m128i low = encode(_mm_unpacklo_epi16(v, zero));
+  const __m128i high = encode(_mm_unpackhi_epi16(v, zero));
+  // Each unit's length is 3, less one when below 0x800, less one more when below 0x80;
+  // one byte each in a word, whose product with 0x0101... holds in byte i the length of
+  // units 0 to i: the stores then depend on nothing but the lengths.
+  const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(v, _mm_set1_epi16(-128)), zero);
+  const __m128i narrow = _mm_cmpeq_epi16(_mm_and_si128(v, _mm_set1_epi16(-2048)), zero);
+  const __m128i lengths = _mm_add_epi16(_mm_set1_epi16(3), _mm_add_epi16(ascii, narrow));
+  std::uint64_t lengthBytes;
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(&lengthBytes), _mm_packus_epi16(lengths, lengths));
+  const std::uint64_t ends = lengthBytes * 0x0101010101010101u;
+  const auto put = [dst](std::size_t offset, __m128i lane) {
+    const std::uint32_t word = static_cast<std::uint32_t>(_mm_cvtsi128_si32(lane));
+    std::memcpy(dst + offset, &word, sizeof word);
+  };
+  put(0, low);
+  put(ends & 0xFF, _mm_shuffle_epi32(low, 1));
+  put(ends >> 8 & 0xFF, _mm_shuffle_epi32(low, 2));
+  put(ends >> 16 & 0xFF, _mm_shuffle_epi32(low, 3));
+  put(ends >> 24 & 0xFF, high);
+  put(ends >> 32 & 0xFF, _mm_shuffle_epi32(high, 1));
+  put(ends >> 40 & 0xFF, _mm_shuffle_epi32(high, 2));
+  put(ends >> 48 & 0xFF, _mm_shuffle_epi32(high, 3));
+  const std::size_t written = ends >> 56;
+  return written;
+}
+#endif
+
+// Converts src[at, spanEnd) to dst[written, ...) with no room check: the caller makes
+// sure 3 bytes per unit of the span and one more fit. Whole blocks go at once; a block
+// may leave junk past its own bytes, at most one block's worth, which the block after it
+// (always converted in the same span) overwrites, so nothing past the final count is
+// ever left changed.
+void encodeSpan(const WideChar* src, std::size_t unitCount, std::size_t spanEnd, std::size_t& at,
+                unsigned char* dst, std::size_t& written) noexcept {
+  while (spanEnd - at >= 2 * kBlockUnits) {
+    const UnitClasses classes = unitClasses(src + at);
+    if (classes.wide == 0) {
+      narrowBlock(src + at, dst + written);
+      at += kBlockUnits;
+      written += kBlockUnits;
+      continue;
+    }
+#if defined(__SSE2__)
+    if (classes.surrogate == 0) {
+      written += encodeBlock(src + at, dst + written);
+      at += kBlockUnits;
+      continue;
+    }
+#endif
+    encodeCharacters<true>(src, unitCount, at + kBlockUnits, at, dst, written);
+  }
+  encodeCharacters<true>(src, unitCount, spanEnd, at, dst, written);
+}
+
+// The UTF-8 size of src[0, unitCount). Blocks without surrogates count in one step: a
+// unit gives one byte, one more from 0x80 and one more from 0x800 (20x a unit at a time
+// on ASCII text, 4x on Chinese).
+std::size_t countBytes(const WideChar* src, std::size_t unitCount) noexcept {
+  std::size_t at = 0;
+  std::size_t written = 0;
+  while (unitCount - at >= kBlockUnits) {
+    const UnitClasses classes = unitClasses(src + at);
+    if (classes.surrogate == 0) {
+      written += kBlockUnits + static_cast<std::size_t>(__builtin_popcount(classes.wide)) +
+                 static_cast<std::size_t>(__builtin_popcount(classes.wider));
+      at += kBlockUnits;
+      continue;
+    }
+    encodeCharacters<false>(src, unitCount, at + kBlockUnits, at, nullptr, written);
+  }
+  encodeCharacters<false>(src, unitCount, unitCount, at, nullptr, written);
+  return written;
+}
+
+// Converts the bytes at src[at] on, one character at a time, until at reaches spanEnd; a
+// sequence begun before spanEnd may end past it (reading nothing past byteCount). With
+// kWrite false it only counts.
+template <bool kWrite>
+void decodeCharacters(const unsigned char* src, std::size_t byteCount, std::size_t spanEnd,
+                      std::size_t& at, WideChar* dst, std::size_t& written) noexcept {
+  const auto put = [&](unsigned unit) {
+    if constexpr (kWrite) dst[written] = static_cast<WideChar>(unit);
+    ++written;
+  };
+  while (at < spanEnd) {
+    const unsigned lead = src[at];
+    if (lead < 0x80) {
+      put(lead);
+      at += 1;
+      continue;
+    }
+    // Well-formed two- and three-byte characters (most non-ASCII text) decode inline;
+    // anything else goes through decodeOne, which knows every rule.
+    const std::size_t left = byteCount - at;
+    if (lead >= 0xC2 && lead < 0xE0 && left >= 2 && isContinuation(src[at + 1])) {
+      put((lead & 0x1Fu) << 6 | (src[at + 1] & 0x3Fu));
+      at += 2;
+      continue;
+    }
+    if (lead >= 0xE0 && lead < 0xF0 && left >= 3 && isContinuation(src[at + 1]) &&
+        isContinuation(src[at + 2])) {
+      const unsigned unit =
+          (lead & 0x0Fu) << 12 | (src[at + 1] & 0x3Fu) << 6 | (src[at + 2] & 0x3Fu);
+      if (unit >= 0x800 && unit - 0xD800 >= 0x800) {
+        put(unit);
+        at += 3;
+        continue;
+      }
+    }
+    const Decoded d = decodeOne(src, byteCount, at);
+    if (d.codePoint < 0x10000) {
+      put(d.codePoint);
+    } else {
+      const char32_t offset = d.codePoint - 0x10000;
+      put(0xD800 + (offset >> 10));
+      put(0xDC00 + (offset & 0x3FF));
+    }
+    at += d.byteCount;
+  }
+}
+
+// Converts src[at, spanEnd) to dst[written, ...) with no room check: the caller makes
+// sure one unit per byte of the span and one more fit. With kWrite false it only counts.
+// Each ASCII stretch is widened a block at a time; the block that ends it is widened
+// whole when at least three blocks of the span follow, whose units overwrite the junk.
+template <bool kWrite>
+void decodeSpan(const unsigned char* src, std::size_t byteCount, std::size_t spanEnd,
+                std::size_t& at, WideChar* dst, std::size_t& written) noexcept {
+  while (at < spanEnd && spanEnd - at >= 3 * kBlockBytes) {
+    const unsigned stop = nonAsciiBytes(src + at);
+    if constexpr (kWrite) widenBlock(src + at, dst + written);
+    if (stop == 0) {
+      at += kBlockBytes;
+      written += kBlockBytes;
+      continue;
+    }
+    const unsigned run = lowestBit(stop);
+    at += run;
+    written += run;
+    // The characters up to the next ASCII byte: runs of two- or three-byte characters
+    // (Western and CJK text) stay in this loop instead of reloading a block per character,
+    // 1.3x faster on both.
+    const std::size_t runEnd = spanEnd - 3 * kBlockBytes + kBlockBytes;
+    do {
+      const unsigned lead = src[at];
+      if (lead - 0xC2 < 0x1E && isContinuation(src[at + 1])) {
+        if constexpr (kWrite) dst[written] = static_cast<WideChar>((lead & 0x1Fu) << 6 | (src[at + 1] & 0x3Fu));
+        ++written;
+        at += 2;
+        continue;
+      }
+      if ((lead & 0xF0) == 0xE0 && isContinuation(src[at + 1]) && isContinuation(src[at + 2])) {
+        const unsigned unit =
+            (lead & 0x0Fu) << 12 | (src[at + 1] & 0x3Fu) << 6 | (src[at + 2] & 0x3Fu);
+        if (unit >= 0x800 && unit - 0xD800 >= 0x800) {
+          if constexpr (kWrite) dst[written] = static_cast<WideChar>(unit);
+          ++written;
+          at += 3;
+          continue;
+        }
+      }
+      decodeCharacters<kWrite>(src, byteCount, at + 1, at, dst, written);
+    } while (at < runEnd && src[at] >= 0x80);
+  }
+  decodeCharacters<kWrite>(src, byteCount, spanEnd, at, dst, written);
+}
+
+}  // namespace
+
+// Each byte gives at most one unit (four bytes give a surrogate pair). The source is cut
+// into spans that fit the room left for sure, each converted unchecked; the checked loop
+// takes over when such a span would be too short to pay.
+Converted utf8ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
+                     std::size_t room) noexcept {
+  std::size_t at = 0;
+  std::size_t written = 0;
+  if (dst == nullptr) {
+    decodeSpan<false>(src, byteCount, byteCount, at, nullptr, written);
+    return {written, true};
+  }
+  while (at < byteCount) {
+    const std::size_t roomLeft = room - written;
+    std::size_t spanEnd = byteCount;
+    if (roomLeft < byteCount - at) {
+      // A sequence begun on the span's last byte may give two units: one unit to spare.
+      if (roomLeft <= kMinSpan) break;
+      spanEnd = at + (roomLeft - 1);
+    }
+    decodeSpan<true>(src, byteCount, spanEnd, at, dst, written);
+  }
+  if (at >= byteCount) return {written, true};
+  const Converted rest = toWide<Fill::kChecked>(src + at, byteCount - at, dst + written,
+                                                room - written);
+  return {written + rest.count, rest.complete};
+}
+
+// Each unit gives at most three bytes (a surrogate pair gives four for two units), cut
+// into spans the same way.
 Converted utf8FromWide(const WideChar* src, std::size_t unitCount, unsigned char* dst,
                        std::size_t room) noexcept {
-  const std::size_t worstCase = unitCount > SIZE_MAX / 3 ? SIZE_MAX : unitCount * 3;
-  switch (chooseFill(dst, room, worstCase)) {
-    case Fill::kCount:
-      return fromWide<Fill::kCount>(src, unitCount, dst, room);
-    case Fill::kUnchecked:
-      return fromWide<Fill::kUnchecked>(src, unitCount, dst, room);
-    case Fill::kChecked:
-      break;
+  if (dst == nullptr) return {countBytes(src, unitCount), true};
+  std::size_t at = 0;
+  std::size_t written = 0;
+  while (at < unitCount) {
+    const std::size_t roomLeft = room - written;
+    const std::size_t unitsLeft = unitCount - at;
+    std::size_t spanEnd = unitCount;
+    if (roomLeft / 3 < unitsLeft) {
+      // A high surrogate on the span's last unit may take its partner: one byte to spare.
+      if (roomLeft <= 3 * kMinSpan) break;
+      spanEnd = at + (roomLeft - 1) / 3;
+    }
+    encodeSpan(src, unitCount, spanEnd, at, dst, written);
   }
-  return fromWide<Fill::kChecked>(src, unitCount, dst, room);
+  if (at >= unitCount) return {written, true};
+  const Converted rest = fromWide<Fill::kChecked>(src + at, unitCount - at, dst + written,
+                                                  room - written);
+  return {written + rest.count, rest.complete};
 }
 
 }  // namespace mlib::platform::detail

@@ -7,11 +7,12 @@
 
 #include "platform/sync.h"
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <pthread.h>
 
 namespace mlib::platform {
 namespace {

@@ -18,8 +18,8 @@ CRITICAL_SECTION* asSection(void* storage) noexcept {
 
 bool heldByCallingThread(CRITICAL_SECTION* section) noexcept {
   // OwningThread holds the owner's thread id (not a handle) while the section is held.
-  const auto owner = reinterpret_cast<ULONG_PTR>(
-      *static_cast<HANDLE volatile*>(&section->OwningThread));
+  const auto owner =
+      reinterpret_cast<ULONG_PTR>(*static_cast<HANDLE volatile*>(&section->OwningThread));
   return owner == static_cast<ULONG_PTR>(::GetCurrentThreadId()) && section->RecursionCount > 0;
 }
 
