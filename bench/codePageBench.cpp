@@ -185,6 +185,26 @@ void mlibFromWide(benchmark::State& state, unsigned codePage, Sample sample) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * narrowBytes));
 }
 
+// The size query alone (no destination), as callers make it before converting.
+void mlibToWideSize(benchmark::State& state, unsigned codePage, Sample sample) {
+  const std::string& in = narrowSample(sample);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        platform::multiByteToWide(codePage, in.data(), static_cast<int>(in.size()), nullptr, 0));
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+void mlibFromWideSize(benchmark::State& state, unsigned codePage, Sample sample) {
+  const std::u16string& in = wideSample(sample);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        platform::wideToMultiByte(codePage, in.data(), static_cast<int>(in.size()), nullptr, 0));
+  }
+  state.SetBytesProcessed(
+      static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
+}
+
 // ---- iconv -------------------------------------------------------------------------
 
 void iconvConvert(benchmark::State& state, const char* to, const char* from, const char* in,
@@ -294,6 +314,30 @@ void icuToUtf8(benchmark::State& state, Sample sample) {
   state.SetBytesProcessed(
       static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
 }
+// ICU's preflight: the size alone, no destination.
+void icuFromUtf8Size(benchmark::State& state, Sample sample) {
+  const std::string& in = narrowSample(sample);
+  for (auto _ : state) {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t n = 0;
+    u_strFromUTF8(nullptr, 0, &n, in.data(), static_cast<int32_t>(in.size()), &status);
+    benchmark::DoNotOptimize(n);
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+void icuToUtf8Size(benchmark::State& state, Sample sample) {
+  const std::u16string& in = wideSample(sample);
+  for (auto _ : state) {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t n = 0;
+    u_strToUTF8(nullptr, 0, &n, reinterpret_cast<const UChar*>(in.data()),
+                static_cast<int32_t>(in.size()), &status);
+    benchmark::DoNotOptimize(n);
+  }
+  state.SetBytesProcessed(
+      static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
+}
 #endif
 
 // ---- Registration ------------------------------------------------------------------
@@ -324,6 +368,10 @@ BENCHMARK_CAPTURE(mlibFromWide, utf8_western, kUtf8, kWesternUtf8);
 BENCHMARK_CAPTURE(iconvFromWide, utf8_western, "UTF-8", kWesternUtf8);
 BENCHMARK_CAPTURE(mlibFromWide, utf8_chinese, kUtf8, kChineseUtf8);
 BENCHMARK_CAPTURE(iconvFromWide, utf8_chinese, "UTF-8", kChineseUtf8);
+BENCHMARK_CAPTURE(mlibToWideSize, utf8_western, kUtf8, kWesternUtf8);
+BENCHMARK_CAPTURE(mlibToWideSize, utf8_chinese, kUtf8, kChineseUtf8);
+BENCHMARK_CAPTURE(mlibFromWideSize, utf8_western, kUtf8, kWesternUtf8);
+BENCHMARK_CAPTURE(mlibFromWideSize, utf8_chinese, kUtf8, kChineseUtf8);
 
 #if defined(MLIB_BENCH_HAVE_ICU)
 BENCHMARK_CAPTURE(icuToWide, cp1252_ascii, "windows-1252", kAscii);
@@ -340,6 +388,10 @@ BENCHMARK_CAPTURE(icuFromUtf8, utf8_western, kWesternUtf8);
 BENCHMARK_CAPTURE(icuFromUtf8, utf8_chinese, kChineseUtf8);
 BENCHMARK_CAPTURE(icuToUtf8, utf8_western, kWesternUtf8);
 BENCHMARK_CAPTURE(icuToUtf8, utf8_chinese, kChineseUtf8);
+BENCHMARK_CAPTURE(icuFromUtf8Size, utf8_western, kWesternUtf8);
+BENCHMARK_CAPTURE(icuFromUtf8Size, utf8_chinese, kChineseUtf8);
+BENCHMARK_CAPTURE(icuToUtf8Size, utf8_western, kWesternUtf8);
+BENCHMARK_CAPTURE(icuToUtf8Size, utf8_chinese, kChineseUtf8);
 #endif
 
 }  // namespace

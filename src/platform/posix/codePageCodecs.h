@@ -175,6 +175,41 @@ inline void narrowBlock(const WideChar* src, unsigned char* dst) noexcept {
 #endif
 }
 
+// What the bytes of a block are in UTF-8: bit i of `nonAscii` set where byte i is 0x80 or
+// above, of `continuation` where it is 80-BF, of `twoByteLead` where it is C2-DF, of
+// `threeByteLead` where it is E0-EF.
+struct ByteClasses {
+  unsigned nonAscii;
+  unsigned continuation;
+  unsigned twoByteLead;
+  unsigned threeByteLead;
+};
+
+[[nodiscard]] inline ByteClasses byteClasses(const unsigned char* src) noexcept {
+#if defined(__SSE2__)
+  // As signed bytes, 80-BF are those below -64 (0xC0) and C2-DF those from -62 to -33.
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  const __m128i continuation = _mm_cmplt_epi8(v, _mm_set1_epi8(-64));
+  const __m128i lead =
+      _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(-63)), _mm_cmplt_epi8(v, _mm_set1_epi8(-32)));
+  const __m128i lead3 =
+      _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(-33)), _mm_cmplt_epi8(v, _mm_set1_epi8(-16)));
+  return {static_cast<unsigned>(_mm_movemask_epi8(v)),
+          static_cast<unsigned>(_mm_movemask_epi8(continuation)),
+          static_cast<unsigned>(_mm_movemask_epi8(lead)),
+          static_cast<unsigned>(_mm_movemask_epi8(lead3))};
+#else
+  ByteClasses classes{0, 0, 0, 0};
+  for (unsigned i = 0; i < kBlockBytes; ++i) {
+    classes.threeByteLead |= unsigned{(src[i] & 0xF0) == 0xE0} << i;
+    classes.nonAscii |= unsigned{src[i] >= 0x80} << i;
+    classes.continuation |= unsigned{(src[i] & 0xC0) == 0x80} << i;
+    classes.twoByteLead |= unsigned{src[i] >= 0xC2 && src[i] <= 0xDF} << i;
+  }
+  return classes;
+#endif
+}
+
 // What the units of a block need in UTF-8: bit i of `wide` set where unit i is 0x80 or
 // above (two bytes or more), of `wider` where it is 0x800 or above (three bytes or more),
 // of `surrogate` where it is D800-DFFF.
@@ -205,21 +240,6 @@ struct UnitClasses {
   }
   return classes;
 #endif
-}
-
-// The block's units as bytes, unit i in byte i of the word in memory order; right for
-// the units below 0x80, junk for the others.
-[[nodiscard]] inline std::uint64_t lowBytesWord(const WideChar* src) noexcept {
-  unsigned char bytes[8] = {};
-#if defined(__SSE2__)
-  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes), _mm_packus_epi16(v, v));
-#else
-  for (std::size_t i = 0; i < kBlockUnits; ++i) bytes[i] = static_cast<unsigned char>(src[i]);
-#endif
-  std::uint64_t word;
-  std::memcpy(&word, bytes, sizeof word);
-  return word;
 }
 
 [[nodiscard]] inline unsigned lowestBit(unsigned mask) noexcept {
