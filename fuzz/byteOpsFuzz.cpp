@@ -1,0 +1,124 @@
+// Random sequences of Byte operations, each followed by a check of the buffer's invariants
+// and, for the operations that define the content, of the content against a plain model.
+#include <mlib/byte.h>
+#include <mlib/exceptions.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using mlib::Byte;
+
+struct Input {
+  const std::uint8_t* data;
+  std::size_t size;
+  std::size_t at = 0;
+
+  bool more() const { return at < size; }
+  std::uint8_t next() { return at < size ? data[at++] : 0; }
+  // A count that is usually small, sometimes negative.
+  int count() { return static_cast<int>(static_cast<std::int8_t>(next())) % 40; }
+};
+
+void checkInvariants(const Byte& b) {
+  if (b.GetLength() < 0 || b.GetLength() > b.GetBufferLength()) __builtin_trap();
+  if ((b.GetData() == nullptr) != (b.GetBufferLength() == 0)) __builtin_trap();
+}
+
+bool sameContent(const Byte& b, const std::vector<unsigned char>& model) {
+  if (static_cast<std::size_t>(b.GetLength()) != model.size()) return false;
+  return model.empty() || std::memcmp(b.GetData(), model.data(), model.size()) == 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Input in{data, size};
+  Byte b;
+  std::vector<unsigned char> model;  // valid while `tracked` holds
+  bool tracked = true;
+  unsigned char scratch[64];
+  for (unsigned char& c : scratch) c = in.next();
+
+  while (in.more()) {
+    const int n = in.count();
+    const int k = n < 0 ? 0 : n;
+    switch (in.next() % 14) {
+      case 0:
+        b.SetData(scratch, k);
+        if (k > 0) model.assign(scratch, scratch + k);
+        else model.clear();
+        tracked = true;
+        break;
+      case 1:
+        b.AppendData(scratch, n);
+        if (n > 0) model.insert(model.end(), scratch, scratch + n);
+        break;
+      case 2:
+        b += static_cast<unsigned char>(n);
+        model.push_back(static_cast<unsigned char>(n));
+        break;
+      case 3: {
+        if (b.GetLength() > (1 << 16)) break;  // doubling again and again runs out of memory
+        const Byte copy(b);  // appending a copy, then the object to itself
+        b += copy;
+        if (tracked) {
+          const std::vector<unsigned char> before(model);
+          model.insert(model.end(), before.begin(), before.end());
+        }
+        break;
+      }
+      case 4:
+        b.Trim();
+        tracked = false;
+        break;
+      case 5:
+        b.Reverse();
+        std::reverse(model.begin(), model.end());
+        break;
+      case 6:
+        b.AllocBuffer(n);
+        if (n > 0) model.clear();
+        break;
+      case 7:
+        b.IncreaseSize(n);
+        break;
+      case 8:
+        b.IncreaseLength(n);
+        tracked = false;
+        break;
+      case 9:
+        b.SetLength(n);
+        tracked = false;
+        break;
+      case 10:
+        (void)b.ToString();
+        break;
+      case 11:
+        (void)b.AnsiToUtf8();
+        (void)b.Utf8ToAnsi();
+        break;
+      case 12:
+        b.SetAt(n, 0x41);
+        (void)b.GetAt(n);
+        (void)b.GetBuffer(n);
+        tracked = false;
+        break;
+      case 13:
+        try {
+          (void)b[n];
+          if (n < 0 || n >= b.GetLength()) __builtin_trap();
+        } catch (mlib::MxBaseException& e) {
+          if (e.GetCode() != -4 || (n >= 0 && n < b.GetLength())) __builtin_trap();
+        }
+        break;
+    }
+    checkInvariants(b);
+    if (tracked && !sameContent(b, model)) __builtin_trap();
+  }
+  return 0;
+}
