@@ -321,7 +321,7 @@ class MLIB_API String {
   static Byte ToUtf8(const String& s);
 
  protected:
-  // Kept for compatibility; nothing in the class limits its output by it.
+  // Part of the class's interface for derived classes; nothing in the class limits output by it.
   static constexpr unsigned MAX_FORMAT_SIZE = 1024;
 
  private:

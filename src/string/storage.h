@@ -1,11 +1,13 @@
-// The heap blocks behind String's wide buffer, and the fast scans every String operation
-// shares. A block is a small header holding the capacity that was asked for, followed by
-// the UTF-16 units, so a capacity reads back exactly as requested on every heap.
+// The heap blocks behind String's wide buffer. A block is a small header holding the
+// capacity that was asked for, followed by the UTF-16 units, so a capacity reads back exactly
+// as requested on every heap. The scans every String operation shares are text/wideScan.h.
 #ifndef MLIB_SRC_STRING_STORAGE_H
 #define MLIB_SRC_STRING_STORAGE_H
 
 #include <mlib/config.h>
 #include <mlib/string.h>
+
+#include "text/wideScan.h"
 
 #include <cstddef>
 #include <cstring>
@@ -46,20 +48,6 @@ inline const WideBlockHeader* wideHeaderOf(const WideChar* buffer) noexcept {
 // address (the old one is gone). Throws std::bad_alloc, leaving the old block untouched.
 [[nodiscard]] WideChar* regrowWide(WideChar* buffer, std::size_t units);
 
-// UTF-16 units before the terminator; 0 for null. Reads whole aligned blocks (16 to 128
-// bytes), so it may look at bytes past the terminator but never past the page holding it.
-[[nodiscard]] std::size_t wideLength(const WideChar* text) noexcept;
-// As wideLength, but never counts past maxUnits: gives maxUnits when none of the first
-// maxUnits units is the terminator (a buffer whose last slot was overwritten).
-[[nodiscard]] std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept;
-// Copies src to dst up to and including its terminator, but never more than maxUnits
-// units; returns the units before the terminator, or maxUnits when none of the first
-// maxUnits units is the terminator. dst must have room for maxUnits units; src may be any
-// readable text (it is read like wideLengthBounded reads).
-std::size_t copyWideText(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept;
-// Widens src[0, byteCount) byte for byte into dst while every byte is ASCII (below 0x80).
-// False, with dst partly written, at the first byte that is not.
-[[nodiscard]] bool widenAscii(WideChar* dst, const char* src, std::size_t byteCount) noexcept;
 // Makes `units` (at most the current capacity, at least 1) the buffer's capacity, giving
 // the rest of the block back to the heap when it is large. Returns the buffer's address.
 [[nodiscard]] WideChar* fitWide(WideChar* buffer, std::size_t units);

@@ -1,6 +1,6 @@
 // The conversions of <mlib/text.h> between the ANSI code page, UTF-8 and UTF-16, and the
 // ANSI code page setting. Every conversion goes through the platform's two code page
-// services with the source length -1 (terminator included).
+// services with the whole zero-terminated source, terminator included.
 #include <mlib/text.h>
 
 #include "platform/platform.h"
@@ -44,16 +44,25 @@ WideChar* narrowToWideCut(unsigned codePage, WideChar* dst, const char* src,
   return dst;
 }
 
+// The source length the platform gets for zero-terminated wide text: its units with the
+// terminator, which converts exactly as length -1 does. Counted here with the vectorised
+// scan, since the platform's own count goes a unit at a time; -1 for text beyond int.
+[[nodiscard]] int wideSourceUnits(const WideChar* src) noexcept {
+  const std::size_t units = textLength(src) + 1;
+  return units <= 0x7FFFFFFFu ? static_cast<int>(units) : -1;
+}
+
 // The mirror of narrowToWideCut. The platform never writes part of a multi-byte character,
 // so a cut never splits one.
 char* wideToNarrowCut(unsigned codePage, char* dst, const WideChar* src, int capacity) noexcept {
-  const int written = platform::wideToMultiByte(codePage, src, -1, dst, capacity);
+  const int srcUnits = wideSourceUnits(src);
+  const int written = platform::wideToMultiByte(codePage, src, srcUnits, dst, capacity);
   if (written > 0) {
     zeroRange(dst, static_cast<std::size_t>(written), static_cast<std::size_t>(capacity));
     return dst;
   }
   zeroRange(dst, 0, static_cast<std::size_t>(capacity));
-  if (capacity > 1) (void)platform::wideToMultiByte(codePage, src, -1, dst, capacity - 1);
+  if (capacity > 1) (void)platform::wideToMultiByte(codePage, src, srcUnits, dst, capacity - 1);
   return dst;
 }
 
@@ -85,10 +94,13 @@ WideChar* Utf8ToWide(WideChar* dst, const char* src, int capacity) {
 
 char* WideToUtf8(char* dst, const WideChar* src, int capacity) {
   if (dst == nullptr || src == nullptr || capacity < 1) return nullptr;
-  if (platform::wideToMultiByte(platform::kUtf8CodePage, src, -1, dst, capacity) > 0) return dst;
+  const int srcUnits = wideSourceUnits(src);
+  if (platform::wideToMultiByte(platform::kUtf8CodePage, src, srcUnits, dst, capacity) > 0) {
+    return dst;
+  }
   zeroRange(dst, 0, static_cast<std::size_t>(capacity));
   if (capacity > 1) {
-    (void)platform::wideToMultiByte(platform::kUtf8CodePage, src, -1, dst, capacity - 1);
+    (void)platform::wideToMultiByte(platform::kUtf8CodePage, src, srcUnits, dst, capacity - 1);
   }
   return dst;
 }

@@ -6,6 +6,8 @@
 
 #include <mlib/config.h>
 
+#include "text/wideScan.h"
+
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -23,6 +25,11 @@ template <typename Char>
 template <>
 [[nodiscard]] inline std::size_t textLength<char>(const char* src) noexcept {
   return std::strlen(src);
+}
+
+template <>
+[[nodiscard]] inline std::size_t textLength<WideChar>(const WideChar* src) noexcept {
+  return wideLength(src);
 }
 
 // Length of src up to its terminator or maxCount elements, whichever comes first: never

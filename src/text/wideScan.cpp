@@ -1,14 +1,16 @@
-// The terminator scan and the one-pass copy behind String's lengths and copies.
+// The terminator scan and the one-pass copy behind the lengths and copies of wide text.
 //
-// String keeps no length, so every copy and concatenation first has to find a terminator;
+// String keeps no length and the free functions take zero-terminated text, so every copy,
+// concatenation and conversion first has to find a terminator;
 // these loops do it 64 bytes at a time (AVX2 where the processor has it, SSE2 otherwise,
 // plain loops elsewhere). Aligned loads never cross a page boundary, so reading the whole
 // aligned chunk that holds the terminator is safe even where the text ends its allocation;
 // the functions that read that way are kept out of the address and thread sanitizers' view
 // (the bytes past the terminator are never used, whoever owns them).
-#include <cstdint>
+#include "text/wideScan.h"
 
-#include "string/storage.h"
+#include <cstdint>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <immintrin.h>
