@@ -3,13 +3,12 @@
 //
 // Run: mlib_byte_bench. Each pair below measures the same work; compare their times.
 #include <benchmark/benchmark.h>
+#include <mlib/byte.h>
+#include <mlib/string.h>
 
 #include <cstddef>
 #include <string>
 #include <vector>
-
-#include <mlib/byte.h>
-#include <mlib/string.h>
 
 namespace {
 
@@ -18,7 +17,8 @@ constexpr int kPiece = 4 << 10;  // 4 KiB
 
 std::vector<unsigned char> pieceBytes() {
   std::vector<unsigned char> piece(kPiece);
-  for (int i = 0; i < kPiece; ++i) piece[static_cast<std::size_t>(i)] = static_cast<unsigned char>(i * 7);
+  for (int i = 0; i < kPiece; ++i)
+    piece[static_cast<std::size_t>(i)] = static_cast<unsigned char>(i * 7);
   return piece;
 }
 

@@ -1,13 +1,12 @@
 // The free text helpers against the usual alternatives, measured in the same run: code page
 // conversions against ICU's converters and glibc's iconv, UTF-8 against ICU's UTF-8
 // functions, the sort against std::sort, and the hashes and hex functions on 1 MiB.
-#include <mlib/text.h>
-
 #include <benchmark/benchmark.h>
+#include <iconv.h>
+#include <mlib/text.h>
 
 #include <algorithm>
 #include <cstring>
-#include <iconv.h>
 #include <random>
 #include <string>
 #include <vector>
@@ -40,7 +39,8 @@ WideString makeWide(Sample sample) {
         text += static_cast<WideChar>(prose[i % prose.size()]);
         break;
       case Sample::kWestern:
-        text += i % 7 == 6 ? accents[generator() % 8] : static_cast<WideChar>(prose[i % prose.size()]);
+        text +=
+            i % 7 == 6 ? accents[generator() % 8] : static_cast<WideChar>(prose[i % prose.size()]);
         break;
       case Sample::kChinese:
         text += i % 12 == 11 ? WideChar(' ') : static_cast<WideChar>(0x4E00 + generator() % 0x51A6);
@@ -133,7 +133,8 @@ void icuToWide(benchmark::State& state, Sample sample) {
   for (auto _ : state) {
     error = U_ZERO_ERROR;
     benchmark::DoNotOptimize(ucnv_toUChars(converter, &out[0], static_cast<int32_t>(out.size()),
-                                           ansi.c_str(), static_cast<int32_t>(ansi.size()), &error));
+                                           ansi.c_str(), static_cast<int32_t>(ansi.size()),
+                                           &error));
   }
   ucnv_close(converter);
   if (U_FAILURE(error)) state.SkipWithError("ICU conversion failed");
@@ -164,7 +165,8 @@ void icuFromUtf8(benchmark::State& state, Sample sample) {
     UErrorCode error = U_ZERO_ERROR;
     int32_t length = 0;
     benchmark::DoNotOptimize(u_strFromUTF8(&out[0], static_cast<int32_t>(out.size()), &length,
-                                           utf8.c_str(), static_cast<int32_t>(utf8.size()), &error));
+                                           utf8.c_str(), static_cast<int32_t>(utf8.size()),
+                                           &error));
   }
   state.SetBytesProcessed(static_cast<long long>(state.iterations() * utf8.size()));
 }
@@ -275,8 +277,8 @@ void hexByteToHexString(benchmark::State& state) {
   const std::vector<unsigned char> bytes = randomBytes();
   WideString out(bytes.size() * 3 + 1, 0);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(ByteToHexString(bytes.data(), static_cast<int>(bytes.size()),
-                                             &out[0], static_cast<unsigned>(out.size()), true));
+    benchmark::DoNotOptimize(ByteToHexString(bytes.data(), static_cast<int>(bytes.size()), &out[0],
+                                             static_cast<unsigned>(out.size()), true));
   }
   state.SetBytesProcessed(static_cast<long long>(state.iterations() * bytes.size()));
 }
@@ -288,16 +290,17 @@ void hexHexStringToByte(benchmark::State& state) {
                   static_cast<unsigned>(text.size()), true);
   std::vector<unsigned char> out(bytes.size());
   for (auto _ : state) {
-    benchmark::DoNotOptimize(HexStringToByte(text.c_str(), out.data(), static_cast<int>(out.size())));
+    benchmark::DoNotOptimize(
+        HexStringToByte(text.c_str(), out.data(), static_cast<int>(out.size())));
   }
   state.SetBytesProcessed(static_cast<long long>(state.iterations() * bytes.size()));
 }
 
 }  // namespace
 
-#define MLIB_TEXT_BENCH_SAMPLES(function)                            \
-  BENCHMARK_CAPTURE(function, ascii1252, Sample::kAscii);            \
-  BENCHMARK_CAPTURE(function, western1252, Sample::kWestern);        \
+#define MLIB_TEXT_BENCH_SAMPLES(function)                     \
+  BENCHMARK_CAPTURE(function, ascii1252, Sample::kAscii);     \
+  BENCHMARK_CAPTURE(function, western1252, Sample::kWestern); \
   BENCHMARK_CAPTURE(function, chinese936, Sample::kChinese)
 
 MLIB_TEXT_BENCH_SAMPLES(ansiToWide);

@@ -1,12 +1,12 @@
 // Feeds arbitrary bytes and UTF-16 units through every code page in both directions, with
 // arbitrary rooms: the size query must match a conversion into exact room, and nothing may
 // be written past the room.
-#include "platform/codePage.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <vector>
+
+#include "platform/codePage.h"
 
 namespace {
 
@@ -21,7 +21,8 @@ void checkToWide(unsigned codePage, const char* src, int srcBytes, int room) {
   const int need = platform::multiByteToWide(codePage, src, srcBytes, nullptr, 0);
   if (need <= 0) return;
   std::vector<WideChar> dst(static_cast<std::size_t>(need) + 8, kWideCanary);
-  if (platform::multiByteToWide(codePage, src, srcBytes, dst.data(), need) != need) __builtin_trap();
+  if (platform::multiByteToWide(codePage, src, srcBytes, dst.data(), need) != need)
+    __builtin_trap();
   for (std::size_t i = static_cast<std::size_t>(need); i < dst.size(); ++i) {
     if (dst[i] != kWideCanary) __builtin_trap();
   }
@@ -37,7 +38,8 @@ void checkFromWide(unsigned codePage, const WideChar* src, int srcUnits, int roo
   const int need = platform::wideToMultiByte(codePage, src, srcUnits, nullptr, 0);
   if (need <= 0) return;
   std::vector<char> dst(static_cast<std::size_t>(need) + 8, kByteCanary);
-  if (platform::wideToMultiByte(codePage, src, srcUnits, dst.data(), need) != need) __builtin_trap();
+  if (platform::wideToMultiByte(codePage, src, srcUnits, dst.data(), need) != need)
+    __builtin_trap();
   for (std::size_t i = static_cast<std::size_t>(need); i < dst.size(); ++i) {
     if (dst[i] != kByteCanary) __builtin_trap();
   }

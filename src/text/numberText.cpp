@@ -4,14 +4,14 @@
 // point must stay a full stop.
 #include <mlib/text.h>
 
-#include "text/textBuffers.h"
-
 #include <charconv>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <system_error>
+
+#include "text/textBuffers.h"
 
 using mlib::WideChar;
 
@@ -37,8 +37,8 @@ constexpr int kWorkAreaBytes = 512;
 // `end`. Returns the first character. The magnitude is taken as unsigned so the smallest
 // value needs no special case.
 char* formatDecimal(long long value, char* end) noexcept {
-  unsigned long long magnitude =
-      value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+  unsigned long long magnitude = value < 0 ? 0ULL - static_cast<unsigned long long>(value)
+                                           : static_cast<unsigned long long>(value);
   char* p = end;
   do {
     *--p = static_cast<char>('0' + magnitude % 10);
@@ -56,9 +56,7 @@ WideChar* placeDecimal(long long value, WideChar* dst, int capacity) noexcept {
 }
 
 // White space as the C library's "C" locale classifies it.
-[[nodiscard]] bool isSpace(char c) noexcept {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
+[[nodiscard]] bool isSpace(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 [[nodiscard]] bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
@@ -139,9 +137,8 @@ double parseDouble(const char* p) noexcept {
   double value = 0.0;
   const auto result = std::from_chars(start, p, value, std::chars_format::general);
   if (result.ec == std::errc::result_out_of_range) {
-    value = seenSignificant && leadExponent + exponent > 0
-                ? std::numeric_limits<double>::infinity()
-                : 0.0;
+    value = seenSignificant && leadExponent + exponent > 0 ? std::numeric_limits<double>::infinity()
+                                                           : 0.0;
   } else if (result.ec != std::errc()) {
     value = 0.0;
   }
@@ -154,9 +151,9 @@ WideChar* FTOA(double value, WideChar* dst, int capacity) {
   if (dst == nullptr || capacity < 1) return nullptr;
   // "%f" of the largest double takes 316 characters, so the work area always holds it.
   char area[kWorkAreaBytes];
-  const auto result =
-      std::to_chars(area, area + sizeof(area), value, std::chars_format::fixed, 6);
-  const std::size_t length = result.ec == std::errc() ? static_cast<std::size_t>(result.ptr - area) : 0;
+  const auto result = std::to_chars(area, area + sizeof(area), value, std::chars_format::fixed, 6);
+  const std::size_t length =
+      result.ec == std::errc() ? static_cast<std::size_t>(result.ptr - area) : 0;
   return mlib::detail::placeAscii(dst, area, length, capacity);
 }
 

@@ -52,7 +52,8 @@ MLIB_UNCHECKED_READ std::size_t firstSetUnit(int mask) noexcept {
 
 // Whole chunks from p (64-byte aligned) that hold no zero unit, at most `count`; with a
 // destination, each such chunk is copied there too.
-MLIB_UNCHECKED_READ std::size_t chunksSse2(WideChar* dst, const WideChar* p, std::size_t count) noexcept {
+MLIB_UNCHECKED_READ std::size_t chunksSse2(WideChar* dst, const WideChar* p,
+                                           std::size_t count) noexcept {
   const __m128i zero = _mm_setzero_si128();
   std::size_t k = 0;
   for (; k < count; ++k, p += kChunkUnits) {
@@ -79,7 +80,7 @@ MLIB_UNCHECKED_READ std::size_t chunksSse2(WideChar* dst, const WideChar* p, std
 // One chunk at p: false when it holds a zero unit; otherwise true, and copied to dst when
 // there is one.
 __attribute__((target("avx2"))) MLIB_UNCHECKED_READ bool chunkAvx2(WideChar* dst,
-                                                            const WideChar* p) noexcept {
+                                                                   const WideChar* p) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i a = _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
   const __m256i b = _mm256_load_si256(reinterpret_cast<const __m256i*>(p + 16));
@@ -95,9 +96,8 @@ __attribute__((target("avx2"))) MLIB_UNCHECKED_READ bool chunkAvx2(WideChar* dst
 
 // As chunksSse2 with 32-byte registers: half the instructions per chunk, which is what
 // brings the 1 KiB copy near memcpy.
-__attribute__((target("avx2"))) MLIB_UNCHECKED_READ std::size_t chunksAvx2(WideChar* dst,
-                                                                    const WideChar* p,
-                                                                    std::size_t count) noexcept {
+__attribute__((target("avx2"))) MLIB_UNCHECKED_READ std::size_t chunksAvx2(
+    WideChar* dst, const WideChar* p, std::size_t count) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   std::size_t k = 0;
   // Pairs of chunks are read only from a 128-byte boundary, so a pair never crosses a page.
@@ -138,7 +138,7 @@ MLIB_UNCHECKED_READ bool hasAvx2() noexcept {
 #endif
 
 MLIB_UNCHECKED_READ std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
-                                        std::size_t count) noexcept {
+                                               std::size_t count) noexcept {
 #if defined(MLIB_WIDE_SCAN_AVX2)
   if (hasAvx2()) return chunksAvx2(dst, p, count);
 #endif
@@ -182,7 +182,8 @@ MLIB_UNCHECKED_READ std::size_t scanFrom(const WideChar* text, std::size_t maxUn
 
 }  // namespace
 
-MLIB_UNCHECKED_READ std::size_t wideLengthBounded(const WideChar* text, std::size_t maxUnits) noexcept {
+MLIB_UNCHECKED_READ std::size_t wideLengthBounded(const WideChar* text,
+                                                  std::size_t maxUnits) noexcept {
   if (text == nullptr) return 0;
 #if defined(MLIB_WIDE_SCAN_SIMD)
   // Strings' own buffers are 16-byte aligned and mostly short: their first blocks are tested
@@ -209,7 +210,7 @@ std::size_t wideLength(const WideChar* text) noexcept {
 // when they hold no terminator and lie below maxUnits; the block holding the terminator is
 // finished unit by unit, as is a last part shorter than a block.
 MLIB_UNCHECKED_READ std::size_t copyWideText(WideChar* dst, const WideChar* src,
-                                      std::size_t maxUnits) noexcept {
+                                             std::size_t maxUnits) noexcept {
   std::size_t n = 0;
 #if defined(MLIB_WIDE_SCAN_SIMD)
   for (; (addressOf(src + n) & 15u) != 0; ++n) {
