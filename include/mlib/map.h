@@ -14,6 +14,7 @@
 #include <mlib/text.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <type_traits>
 
@@ -202,8 +203,14 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   NODE* makeEntry(int colour, bool bothLeaves) const;
   // child takes node's place under node's parent (or as the top of the tree).
   static void replaceInParent(NODE* node, NODE* child) noexcept;
-  void rotateLeft(NODE* x);
-  void rotateRight(NODE* x);
+  // node's right child when `right`, else its left one. The fix-ups are written once for a
+  // side and its mirror through it.
+  static NODE*& childOn(NODE* node, bool right) noexcept {
+    return right ? node->right : node->left;
+  }
+  // Lifts x's child on the side `right` into x's place and hangs x below it on the other
+  // side: a left rotation when `right` is true, a right rotation otherwise.
+  void rotate(NODE* x, bool right);
   // Removes entry z and repairs the tree; the node DeleteNode answered.
   NODE* removeEntry(NODE* z);
   // Deletes a detached node, first moving the cursor off it (and off its children).
@@ -463,7 +470,9 @@ void MxMap<K, V>::InsertFixup(NODE* node) {
       p->colour = kBlack;
       break;
     }
-    NODE* uncle = p == g->left ? g->right : g->left;
+    // The side of g the uncle hangs on; p's child on that side is the inner grandchild.
+    const bool uncleSide = p == g->left;
+    NODE* uncle = childOn(g, uncleSide);
     if (colourOf(uncle) == kRed) {
       p->colour = kBlack;
       uncle->colour = kBlack;
@@ -471,29 +480,16 @@ void MxMap<K, V>::InsertFixup(NODE* node) {
       x = g;
       continue;
     }
-    if (p == g->left) {
-      if (x == p->left) {
-        p->colour = kBlack;
-        g->colour = kRed;
-        rotateRight(g);
-      } else {
-        x->colour = kBlack;
-        g->colour = kRed;
-        rotateLeft(p);
-        rotateRight(g);
-      }
+    if (x == childOn(p, uncleSide)) {
+      // x is the inner grandchild: lift it over p first.
+      x->colour = kBlack;
+      g->colour = kRed;
+      rotate(p, uncleSide);
     } else {
-      if (x == p->right) {
-        p->colour = kBlack;
-        g->colour = kRed;
-        rotateLeft(g);
-      } else {
-        x->colour = kBlack;
-        g->colour = kRed;
-        rotateRight(p);
-        rotateLeft(g);
-      }
+      p->colour = kBlack;
+      g->colour = kRed;
     }
+    rotate(g, !uncleSide);
   }
   UpdateRoot(x);
 }
@@ -573,34 +569,9 @@ void MxMap<K, V>::DeleteFixup(NODE* node, int removedColour) {
       break;
     }
     NODE* p = x->parent;
-    if (x == p->left) {
-      NODE* w = p->right;
-      if (w == nullptr || (w->colour == kBlack && isLeaf(w))) break;
-      if (w->colour == kBlack && colourOf(w->left) == kBlack && colourOf(w->right) == kBlack) {
-        w->colour = kRed;
-        x = p;
-        continue;
-      }
-      if (w->colour == kRed) {
-        w->colour = p->colour;
-        p->colour = kRed;
-        rotateLeft(p);
-        continue;
-      }
-      if (colourOf(w->right) == kBlack) {
-        const int c = w->colour;
-        w->colour = w->left->colour;
-        w->left->colour = c;
-        rotateRight(w);
-        continue;
-      }
-      w->colour = p->colour;
-      p->colour = kBlack;
-      w->right->colour = kBlack;
-      rotateLeft(p);
-      break;
-    }
-    NODE* w = p->left;
+    // The side of p the sibling w hangs on; w's child on that side is the far nephew.
+    const bool siblingSide = x == p->left;
+    NODE* w = childOn(p, siblingSide);
     if (w == nullptr || (w->colour == kBlack && isLeaf(w))) break;
     if (w->colour == kBlack && colourOf(w->left) == kBlack && colourOf(w->right) == kBlack) {
       w->colour = kRed;
@@ -610,20 +581,21 @@ void MxMap<K, V>::DeleteFixup(NODE* node, int removedColour) {
     if (w->colour == kRed) {
       w->colour = p->colour;
       p->colour = kRed;
-      rotateRight(p);
+      rotate(p, siblingSide);
       continue;
     }
-    if (colourOf(w->left) == kBlack) {
+    if (colourOf(childOn(w, siblingSide)) == kBlack) {
+      NODE* nearNephew = childOn(w, !siblingSide);
       const int c = w->colour;
-      w->colour = w->right->colour;
-      w->right->colour = c;
-      rotateLeft(w);
+      w->colour = nearNephew->colour;
+      nearNephew->colour = c;
+      rotate(w, !siblingSide);
       continue;
     }
     w->colour = p->colour;
     p->colour = kBlack;
-    w->left->colour = kBlack;
-    rotateRight(p);
+    childOn(w, siblingSide)->colour = kBlack;
+    rotate(p, siblingSide);
     break;
   }
   UpdateRoot(x);
@@ -726,40 +698,19 @@ void MxMap<K, V>::replaceInParent(NODE* node, NODE* child) noexcept {
 }
 
 template <typename K, typename V>
-void MxMap<K, V>::rotateLeft(NODE* x) {
-  NODE* y = x->right;
+void MxMap<K, V>::rotate(NODE* x, bool right) {
+  NODE* y = childOn(x, right);
   if (y == nullptr) return;
   replaceInParent(x, y);
-  if (y->left == nullptr) {
-    y->left = new NODE;
-    if (y->left != nullptr) y->left->parent = y;
+  for (NODE** leaf : {&y->left, &y->right}) {
+    if (*leaf != nullptr) continue;
+    *leaf = new NODE;
+    if (*leaf != nullptr) (*leaf)->parent = y;
   }
-  if (y->right == nullptr) {
-    y->right = new NODE;
-    if (y->right != nullptr) y->right->parent = y;
-  }
-  x->right = y->left;
-  if (x->right != nullptr) x->right->parent = x;
-  y->left = x;
-  x->parent = y;
-}
-
-template <typename K, typename V>
-void MxMap<K, V>::rotateRight(NODE* x) {
-  NODE* y = x->left;
-  if (y == nullptr) return;
-  replaceInParent(x, y);
-  if (y->left == nullptr) {
-    y->left = new NODE;
-    if (y->left != nullptr) y->left->parent = y;
-  }
-  if (y->right == nullptr) {
-    y->right = new NODE;
-    if (y->right != nullptr) y->right->parent = y;
-  }
-  x->left = y->right;
-  if (x->left != nullptr) x->left->parent = x;
-  y->right = x;
+  NODE* moved = childOn(y, !right);
+  childOn(x, right) = moved;
+  if (moved != nullptr) moved->parent = x;
+  childOn(y, !right) = x;
   x->parent = y;
 }
 
