@@ -134,9 +134,10 @@ class MLIB_API Byte {
   // Replaces the content with count bytes of source (zero bytes for a null source), reusing
   // the storage when count < capacity, else making it exactly count + 1 bytes.
   void assign(const unsigned char* source, int count);
-  // The reallocating path of every append: new storage of exactly length + count + 1 bytes
-  // holding the old content, count bytes of source (zeros for a null source) and a zero.
-  void appendReallocating(const unsigned char* source, int count);
+  // The reallocating path of assign and of every append: new storage of exactly
+  // kept + count + 1 bytes holding the first `kept` bytes of the content, count bytes of
+  // source (zeros for a null source) and a zero. Allocates before it changes anything.
+  void reallocate(int kept, const unsigned char* source, int count);
 
   // ToString may give the storage its terminator slot, so the storage fields are mutable.
   mutable unsigned char* data_;  // owned storage, null when there is none

@@ -94,19 +94,7 @@ void Byte::assign(const unsigned char* source, int count) {
     return;
   }
   if (count > kMaxLength) return;
-  // Allocate and copy before releasing: the source may be the old storage, and a failed
-  // allocation must leave the object as it was.
-  unsigned char* fresh = allocateBytes(count + 1);
-  if (source != nullptr) {
-    std::memcpy(fresh, source, bytes(count));
-  } else {
-    std::memset(fresh, 0, bytes(count));
-  }
-  fresh[count] = 0;
-  releaseBytes(data_);
-  data_ = fresh;
-  length_ = count;
-  bufferLength_ = count + 1;
+  reallocate(0, source, count);
 }
 
 void Byte::SetData(const unsigned char* source, int count) {
@@ -127,16 +115,17 @@ void Byte::SetData(const char* text) {
   assign(reinterpret_cast<const unsigned char*>(text), static_cast<int>(count));
 }
 
-void Byte::appendReallocating(const unsigned char* source, int count) {
-  const int newLength = length_ + count;
+void Byte::reallocate(int kept, const unsigned char* source, int count) {
+  const int newLength = kept + count;
   unsigned char* fresh = allocateBytes(newLength + 1);
-  if (data_ != nullptr && length_ > 0) std::memcpy(fresh, data_, bytes(length_));
+  if (kept > 0) std::memcpy(fresh, data_, bytes(kept));
   if (count > 0) {
     if (source != nullptr) {
-      // Read before the old storage goes: appending an object to itself doubles it.
-      std::memcpy(fresh + length_, source, bytes(count));
+      // Read before the old storage goes: the source may lie inside it (an object appended
+      // to itself doubles).
+      std::memcpy(fresh + kept, source, bytes(count));
     } else {
-      std::memset(fresh + length_, 0, bytes(count));
+      std::memset(fresh + kept, 0, bytes(count));
     }
   }
   fresh[newLength] = 0;
@@ -154,7 +143,7 @@ void Byte::AppendData(const unsigned char* source, int count) {
     length_ += count;
     return;
   }
-  appendReallocating(source, count);
+  reallocate(length_, source, count);
 }
 
 Byte& Byte::operator+=(unsigned char value) {
@@ -163,7 +152,7 @@ Byte& Byte::operator+=(unsigned char value) {
     return *this;
   }
   if (length_ >= kMaxLength) return *this;
-  appendReallocating(&value, 1);
+  reallocate(length_, &value, 1);
   return *this;
 }
 
@@ -177,7 +166,7 @@ Byte& Byte::operator+=(const Byte& other) {
     length_ += count;
     return *this;
   }
-  appendReallocating(other.data_, count);
+  reallocate(length_, other.data_, count);
   return *this;
 }
 
@@ -192,7 +181,7 @@ Byte& Byte::operator+=(const char* text) {
     length_ += n;
     return *this;
   }
-  appendReallocating(reinterpret_cast<const unsigned char*>(text), n);
+  reallocate(length_, reinterpret_cast<const unsigned char*>(text), n);
   return *this;
 }
 
