@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 
 #include <mlib/string.h>
@@ -17,12 +18,19 @@ namespace mlib::test {
 
 class TempFolder {
  public:
+  // The name mixes a clock reading, a random draw and a counter, and a folder that already
+  // exists is never taken: test programs run in parallel (natively and under Wine, which share
+  // the temporary folder) must not share a folder by chance.
   TempFolder() {
     static std::atomic<unsigned> counter{0};
-    const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-    root_ = std::filesystem::temp_directory_path() /
-            ("mlib-file-" + std::to_string(stamp) + "-" + std::to_string(counter++));
-    std::filesystem::create_directories(root_);
+    std::random_device random;
+    for (;;) {
+      const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
+      root_ = std::filesystem::temp_directory_path() /
+              ("mlib-file-" + std::to_string(stamp) + "-" + std::to_string(random()) + "-" +
+               std::to_string(counter++));
+      if (std::filesystem::create_directory(root_)) return;
+    }
   }
   ~TempFolder() {
     std::error_code ignored;
