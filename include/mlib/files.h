@@ -95,7 +95,7 @@ class MxFile : public MxObject {
   String path_;                // the path of the last Open; empty while closed
 
  private:
-  void closeStream() noexcept;
+  bool closeStream() noexcept;
 };
 
 // A file over the system's overlapped calls, with callbacks that hear of each completed read
