@@ -272,6 +272,7 @@ void MxAsyncFileWin::onIoCompletion(IoEvent event, unsigned int errorCode, unsig
   if (callback == nullptr) return;
   // Callbacks take the file as an MxAsyncFile, a plain MxAsyncFileWin too: MxAsyncFile adds
   // no member, so both are the same object at the same address.
+  static_assert(sizeof(MxAsyncFile) == sizeof(MxAsyncFileWin), "MxAsyncFile adds no member");
   MxAsyncFile& file = *reinterpret_cast<MxAsyncFile*>(this);
   MxException error(static_cast<int>(errorCode));
   // The outcome is the thread's last error during the call, so GetCode(), which reads the
