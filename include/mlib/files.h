@@ -83,9 +83,11 @@ class MxFile : public MxObject {
   virtual bool Seek(unsigned int position);
   // The file's length; 0 when closed. The position is not touched.
   virtual unsigned int GetLength();
-  // fflush: false when closed or when it fails.
+  // fflush: false when closed or when it fails. Write only fills the stream's buffer: Flush is
+  // how a host learns that the data reached the system.
   virtual bool Flush();
   // Closes the stream if one is open; path empty, mode and position 0. Harmless when closed.
+  // When the final flush fails, the thread's last error holds the system's code afterwards.
   virtual void Close();
 
  protected:
@@ -95,7 +97,7 @@ class MxFile : public MxObject {
   String path_;                // the path of the last Open; empty while closed
 
  private:
-  void closeStream() noexcept;
+  bool closeStream() noexcept;
 };
 
 // A file over the system's overlapped calls, with callbacks that hear of each completed read
@@ -106,11 +108,12 @@ class MxFile : public MxObject {
 // success).
 //
 // The file is opened with the share mode "read": while it is open, other openers may read it
-// but not write it (in this process on every platform; system-wide on Windows).
+// but not write it (in this process on every platform; system-wide on Windows). Nor can it be
+// opened while an MxFile stream or another opener holds the file for writing.
 // Copying duplicates the system handle: the copy holds the same file under a handle of its
 // own, with the source's path, mode, position and callbacks, and nothing pending.
-// Callbacks take an MxAsyncFile&; they run for MxAsyncFile objects (and classes derived from
-// it). Use from one thread: completions run on the thread that issued the request.
+// Callbacks take an MxAsyncFile&, for a plain MxAsyncFileWin too (the same object; MxAsyncFile
+// adds no member). Use from one thread: completions run on the thread that issued the request.
 class MLIB_API MxAsyncFileWin : public MxFile {
  public:
   // The kind of request pending in a record.
@@ -149,16 +152,20 @@ class MLIB_API MxAsyncFileWin : public MxFile {
   //   3 read and write, created or truncated   4 read and write, created when missing
   // An open file is closed first (its pending requests delivered), keeping the callbacks.
   // Stores the mode and the path; the position, the records and the callbacks stay as they
-  // are. False, closed, when the system refuses (missing file, other mode, share mode).
+  // are. False, closed, when the system refuses (missing file, other mode, share mode; on
+  // POSIX anything but a regular file: ESPIPE, EISDIR for a folder).
   bool Open(const String& path, int mode) override;
   // The file from the position to the end into `out`, as MxFile's: exactly GetLength() bytes
   // of storage, the length and result being the bytes the read's completion reported.
   int Read(Byte& out) override;
   // Issues a read of up to `count` bytes at the position into `buffer` and returns 1 once its
   // completion has been delivered; 0, with no callback, when closed, buffer is null, count is
-  // 0 or the system refuses the request (e.g. a file opened for writing only). A read at or
-  // past the end reads 0 bytes: it completes with code 0 on POSIX; on Windows the system may
-  // report the end as a failure, delivered to the callback, and Read then returns 0.
+  // 0 or the system refuses the request (e.g. a file opened for writing only). 0 also when the
+  // last error after an accepted request is not 0, 996 or 997 (a stale code on Windows): the
+  // completion then comes at the next alertable wait. Called from a callback, it returns 1
+  // once the request is made, and the completion follows when the callback has returned. A
+  // read at or past the end reads 0 bytes: it completes with code 0 on POSIX; on Windows the
+  // system may report the end as a failure, delivered to the callback, and Read then returns 0.
   unsigned int Read(void* buffer, unsigned int count) override;
   // MxFile's: Write(data's storage, data's length), so 1 when the write was made, else 0.
   // (Declared here so hosts reach it through this exported class.)

@@ -28,6 +28,17 @@ bool requestUnderway(int lastError) noexcept {
          lastError == platform::kErrorIoPending;
 }
 
+// How many completion routines are running on this thread (more than one when a callback
+// closes a file and the close's wait delivers other completions).
+thread_local unsigned tDelivering = 0;
+
+struct DeliveryScope {
+  DeliveryScope() noexcept { ++tDelivering; }
+  ~DeliveryScope() { --tDelivering; }
+  DeliveryScope(const DeliveryScope&) = delete;
+  DeliveryScope& operator=(const DeliveryScope&) = delete;
+};
+
 }  // namespace
 
 MxAsyncFileWin::MxAsyncFileWin() noexcept
@@ -91,7 +102,8 @@ int MxAsyncFileWin::Read(Byte& out) {
   if (Read(storage, static_cast<unsigned>(length)) != 1) return 0;
   // Read reports success, not a count: the count is the one the completion delivered.
   unsigned transferred = 0;
-  if (!platform::overlappedResult(handle_, &readContext_.overlapped, &transferred, false)) {
+  // Waiting, for a read issued from a callback, whose completion comes after the callback.
+  if (!platform::overlappedResult(handle_, &readContext_.overlapped, &transferred, true)) {
     return 0;
   }
   if (transferred > static_cast<unsigned>(out.GetBufferLength())) return 0;
@@ -103,9 +115,6 @@ unsigned int MxAsyncFileWin::Read(void* buffer, unsigned int count) {
   if (handle_ == nullptr || buffer == nullptr || count == 0) return 0;
   readContext_.overlapped.offset = position_;
   readContext_.event = IoRead;
-  // A successful request may leave the last error as it was (an "already exists" from Open,
-  // say): clear it, so the check below sees this request alone.
-  platform::setLastError(0);
   if (!platform::readFileEx(handle_, buffer, count, &readContext_.overlapped,
                             &fileIOCompletionRoutine)) {
     readContext_.event = IoNone;  // refused at once: no completion of its own will come
@@ -114,6 +123,8 @@ unsigned int MxAsyncFileWin::Read(void* buffer, unsigned int count) {
     platform::runQueuedCompletions();
     return 0;
   }
+  // On Windows a successful request leaves the last error as it was, so a stale code (the
+  // "already exists" of Open in mode 3 or 4, say) makes this 0 although the request runs.
   if (!requestUnderway(platform::lastError())) return 0;
   return awaitCompletion(readContext_, IoRead) ? 1 : 0;
 }
@@ -124,7 +135,6 @@ unsigned int MxAsyncFileWin::Write(const void* buffer, unsigned int count) {
   if (handle_ == nullptr || buffer == nullptr || count == 0) return 0;
   writeContext_.event = IoWrite;
   writeContext_.overlapped.offset = position_;
-  platform::setLastError(0);
   if (!platform::writeFileEx(handle_, buffer, count, &writeContext_.overlapped,
                              &fileIOCompletionRoutine)) {
     writeContext_.event = IoNone;
@@ -136,6 +146,10 @@ unsigned int MxAsyncFileWin::Write(const void* buffer, unsigned int count) {
 }
 
 bool MxAsyncFileWin::awaitCompletion(IoContext& context, IoEvent event) noexcept {
+  // Issued from a callback: the wait that is delivering that callback's completion delivers
+  // this one too, once the callback has returned. Waiting here would nest one routine inside
+  // the other, a stack level per request of a chain that callbacks keep going.
+  if (tDelivering > 0) return true;
   if (event == IoWrite) {
     // Sleep until routines have run and one of them was this write's.
     while (context.event == IoWrite) {
@@ -151,7 +165,6 @@ bool MxAsyncFileWin::awaitCompletion(IoContext& context, IoEvent event) noexcept
       case platform::WaitResult::Signalled: {
         // Done, but the routine may not have run: fetch the outcome and deliver it here.
         unsigned transferred = 0;
-        platform::setLastError(0);
         const bool done =
             platform::overlappedResult(handle_, &context.overlapped, &transferred, true);
         if (done) fileIOCompletionRoutine(0, transferred, &context.overlapped);
@@ -159,6 +172,7 @@ bool MxAsyncFileWin::awaitCompletion(IoContext& context, IoEvent event) noexcept
         // finds the record idle (or, after a failure, reports it), so it can never be taken
         // for the completion of the next request in this record.
         platform::runQueuedCompletions();
+        if (done && context.event == event) continue;  // a callback issued the next request
         return done;
       }
       case platform::WaitResult::Failed:
@@ -239,6 +253,7 @@ void MxAsyncFileWin::fileIOCompletionRoutine(unsigned long errorCode, unsigned l
   // Idle before the owner hears of it, so a second delivery of this completion is ignored
   // whatever the owner's onIoCompletion does.
   context->event = IoNone;
+  const DeliveryScope delivering;
   context->owner->onIoCompletion(event, static_cast<unsigned>(errorCode),
                                  static_cast<unsigned>(bytes));
 }
@@ -255,14 +270,18 @@ void MxAsyncFileWin::onIoCompletion(IoEvent event, unsigned int errorCode, unsig
     return;
   }
   if (callback == nullptr) return;
-  // Callbacks take the file as an MxAsyncFile; a bare MxAsyncFileWin is not one.
-  MxAsyncFile* const file = dynamic_cast<MxAsyncFile*>(this);
-  if (file == nullptr) return;
+  // Callbacks take the file as an MxAsyncFile, a plain MxAsyncFileWin too: MxAsyncFile adds
+  // no member, so both are the same object at the same address.
+  static_assert(sizeof(MxAsyncFile) == sizeof(MxAsyncFileWin), "MxAsyncFile adds no member");
+  MxAsyncFile& file = *reinterpret_cast<MxAsyncFile*>(this);
   MxException error(static_cast<int>(errorCode));
-  // The outcome is the thread's last error during the call as well, so GetCode(), which
-  // reads the last error for a code of 0, gives 0 for a success.
+  // The outcome is the thread's last error during the call, so GetCode(), which reads the
+  // last error for a code of 0, gives 0 for a success. Afterwards the last error is what the
+  // request left: delivering a completion has no lasting effect on it.
+  const int lastError = platform::lastError();
   platform::setLastError(static_cast<int>(errorCode));
-  callback(*file, bytes, error);
+  callback(file, bytes, error);
+  platform::setLastError(lastError);
 }
 
 MxAsyncFile::MxAsyncFile() noexcept = default;

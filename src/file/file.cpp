@@ -40,10 +40,11 @@ MxFile::~MxFile() {
   mode_ = 0;
 }
 
-void MxFile::closeStream() noexcept {
-  if (handle_ == nullptr) return;
-  std::fclose(streamOf(handle_));
+bool MxFile::closeStream() noexcept {
+  if (handle_ == nullptr) return true;
+  const bool closed = platform::closeStream(streamOf(handle_));
   handle_ = nullptr;
+  return closed;
 }
 
 bool MxFile::Open(const String& path, int mode) {
@@ -54,13 +55,9 @@ bool MxFile::Open(const String& path, int mode) {
 
   position_ = 0;
   const char* const name = path_.toAnsi();
-  std::FILE* stream = nullptr;
-  // Overlapped files share reading only; the system checks that for the stream on Windows,
-  // the platform layer elsewhere.
-  if (name != nullptr && (mode == 0 || platform::sharingAllowsWriter(name))) {
-    stream = std::fopen(name, kStreamModes[mode]);
-  }
-  handle_ = stream;
+  // The stream takes part in the share modes of the overlapped files (they share reading
+  // only): the system checks them on Windows, the platform layer elsewhere.
+  handle_ = name != nullptr ? platform::openStream(name, kStreamModes[mode]) : nullptr;
   mode_ = mode;
   SeekToBegin();
   // Opening an existing file for create-or-open leaves "already exists" behind; that is
@@ -135,10 +132,14 @@ unsigned int MxFile::GetLength() {
 bool MxFile::Flush() { return handle_ != nullptr && std::fflush(streamOf(handle_)) == 0; }
 
 void MxFile::Close() {
-  closeStream();
+  // The final flush is the host's last chance to hear that buffered data did not reach the
+  // system: when it fails, the last error says why once Close returns.
+  const bool flushed = closeStream();
+  const int error = platform::lastError();
   path_.ReleaseBuffer();
   mode_ = 0;
   position_ = 0;
+  if (!flushed) platform::setLastError(error);
 }
 
 }  // namespace mlib

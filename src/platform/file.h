@@ -1,6 +1,6 @@
 // Overlapped files: the system calls behind MxAsyncFileWin (open for overlapped use, read and
 // write with a completion routine, alertable waits, size, cancel, flush, close), and the
-// in-process share check the buffered file makes before it opens a file for writing.
+// streams of the buffered file, which take part in the same share modes.
 //
 // Completion routines run on the thread that issued the request, and only while that thread
 // waits alertably (waitForFileAlertable, sleepAlertable, runQueuedCompletions): on Windows as
@@ -9,6 +9,8 @@
 #define MLIB_SRC_PLATFORM_FILE_H
 
 #include <mlib/config.h>
+
+#include <cstdio>
 
 namespace mlib {
 struct IoOverlapped;  // <mlib/files.h>: the request record, laid out as the system's own
@@ -56,7 +58,9 @@ enum class WaitResult {
 // FILE_FLAG_OVERLAPPED | FILE_ATTRIBUTE_NORMAL, no template). Other openers may read the file
 // while the handle is open, not write it. Returns null on failure (null or missing path,
 // folder, sharing violation, unknown creation). On success lastError() is
-// kErrorAlreadyExists when kCreateAlways or kOpenAlways found the file present.
+// kErrorAlreadyExists when kCreateAlways or kOpenAlways found the file present. The POSIX
+// layer opens regular files only: a FIFO, socket or device is refused with ESPIPE (its
+// positions mean nothing, and opening a FIFO could block), a folder with EISDIR.
 [[nodiscard]] FileHandle openOverlappedFile(const WideChar* path, unsigned access,
                                             unsigned creation) noexcept;
 
@@ -109,11 +113,17 @@ bool closeFile(FileHandle file) noexcept;
 // failure. Each handle is closed on its own.
 [[nodiscard]] FileHandle duplicateFile(FileHandle file) noexcept;
 
-// Whether the share modes of the overlapped handles open in this process let another
-// opener write the file at `path` (narrow text, passed to the C library's fopen as it is).
-// False with lastError() = kErrorSharingViolation when one of them holds it. Always true on
-// Windows, where the system checks share modes itself.
-[[nodiscard]] bool sharingAllowsWriter(const char* path) noexcept;
+// fopen(path, streamMode) for the buffered file: path is narrow text, passed on as it is. The
+// stream takes part in the share modes of the files open in this process as the C runtime's
+// streams do on Windows: it lets everyone read and write, but is refused (null, lastError() =
+// kErrorSharingViolation) when a holder's share mode refuses its access, and while it holds
+// the file for writing, a file that shares reading only cannot be opened. A refused stream
+// truncates nothing. Null with the system's error on other failures.
+[[nodiscard]] std::FILE* openStream(const char* path, const char* streamMode) noexcept;
+
+// fclose for a stream of openStream. False when the final flush or the close failed; the
+// system's error code is then in lastError().
+bool closeStream(std::FILE* stream) noexcept;
 
 }  // namespace mlib::platform
 

@@ -1,8 +1,9 @@
 // Overlapped files for POSIX systems. There are no asynchronous procedure calls here, so a
 // request does its transfer at once (pread/pwrite, retrying interruptions and finishing short
 // transfers) and queues its completion for the issuing thread; the alertable waits run the
-// queue. The share mode "read" of these files is kept in a process-wide table of the open
-// handles, keyed by device and inode.
+// queue. Share modes are kept in a process-wide table of the open handles and streams, keyed
+// by device and inode. The table's lock is never held across a call that can block (opening a
+// FIFO or a file on a hung network share), so one slow open stops no other file.
 #if defined(_WIN32)
 #error "posix backend built for Windows"
 #endif
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <mutex>
 #include <new>
@@ -34,19 +36,26 @@ const int kErrorSharingViolation = EBUSY;
 
 namespace {
 
-// One open handle. FileHandle values are addresses of these.
+// Share modes: what a holder lets other openers do (the Win32 FILE_SHARE_* values).
+constexpr unsigned kShareRead = 1;
+constexpr unsigned kShareWrite = 2;
+constexpr unsigned kReadWrite = kGenericRead | kGenericWrite;
+
+// One open handle or stream. FileHandle values are addresses of handle records.
 struct PosixFile {
   int fd;           // the open descriptor
   unsigned access;  // kGenericRead / kGenericWrite bits it was opened with
+  unsigned share;   // kShareRead / kShareWrite: what it lets other openers do
   dev_t device;     // identity of the file, for the share checks
   ino_t inode;
 };
 
-// Every handle open in the process. Requests look their handle up here, so a stale or
-// invented handle is refused (EBADF) instead of being used.
+// Every handle and stream open in the process. Requests look their handle up here, so a stale
+// or invented handle is refused (EBADF) instead of being used. Streams are never handles.
 struct FileTable {
   std::mutex mutex;
-  std::vector<PosixFile*> files;
+  std::vector<PosixFile*> files;   // overlapped handles: share reading only
+  std::vector<PosixFile> streams;  // buffered streams (fd = the stream's): share everything
 };
 
 FileTable& fileTable() noexcept {
@@ -71,19 +80,28 @@ bool lookUp(FileHandle file, PosixFile* out) noexcept {
   return true;
 }
 
-// Whether an open handle keeps a new opener asking for `access` out of the same file. Every
-// handle here shares reading only: a holder with write access refuses every opener, and a
-// new opener asking to write is refused by every holder. Handles without access take no part.
-bool sharingConflictLocked(const FileTable& table, dev_t device, ino_t inode,
-                           unsigned access) noexcept {
-  const unsigned kReadWrite = kGenericRead | kGenericWrite;
-  if ((access & kReadWrite) == 0) return false;
+// Windows' rule: a new opener is refused when a holder's share mode does not admit the new
+// access, or the new share mode does not admit a holder's access. Openers without read or
+// write access (none here) take no part.
+bool sharesWith(const PosixFile& held, unsigned access, unsigned share) noexcept {
+  if ((access & kReadWrite) == 0 || (held.access & kReadWrite) == 0) return true;
+  if ((access & kGenericWrite) != 0 && (held.share & kShareWrite) == 0) return false;
+  if ((access & kGenericRead) != 0 && (held.share & kShareRead) == 0) return false;
+  if ((held.access & kGenericWrite) != 0 && (share & kShareWrite) == 0) return false;
+  if ((held.access & kGenericRead) != 0 && (share & kShareRead) == 0) return false;
+  return true;
+}
+
+// Whether the file is held in a way that refuses `opener`; call with the table's mutex held.
+bool sharingConflictLocked(const FileTable& table, const PosixFile& opener) noexcept {
+  const auto refuses = [&opener](const PosixFile& held) {
+    return held.device == opener.device && held.inode == opener.inode &&
+           !sharesWith(held, opener.access, opener.share);
+  };
   for (const PosixFile* held : table.files) {
-    if (held->device != device || held->inode != inode) continue;
-    if ((held->access & kReadWrite) == 0) continue;
-    if ((access & kGenericWrite) != 0 || (held->access & kGenericWrite) != 0) return true;
+    if (refuses(*held)) return true;
   }
-  return false;
+  return std::any_of(table.streams.begin(), table.streams.end(), refuses);
 }
 
 // A finished transfer waiting for its routine to run.
@@ -264,64 +282,131 @@ void closeDescriptor(int fd) noexcept {
   errno = saved;
 }
 
+// The error for a path that is there but no regular file.
+int notRegularError(mode_t mode) noexcept { return S_ISDIR(mode) ? EISDIR : ESPIPE; }
+
+// open(2) without the lock, retrying interruptions. For a creating open, *created tells
+// whether this call made the file: an exclusive create is tried first, then a plain open.
+int openDescriptor(const char* name, int flags, int creationFlag, bool* created) noexcept {
+  const auto openWith = [name, flags](int extra) {
+    int fd;
+    do {
+      fd = ::open(name, flags | extra | O_CLOEXEC, 0666);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+  };
+  *created = false;
+  if ((creationFlag & O_CREAT) == 0) return openWith(creationFlag);
+  int fd = openWith(O_CREAT | O_EXCL);
+  if (fd >= 0 || errno != EEXIST || (creationFlag & O_EXCL) != 0) {
+    *created = fd >= 0;
+    return fd;
+  }
+  fd = openWith(0);
+  if (fd >= 0 || errno != ENOENT) return fd;
+  // Gone between the two opens, or a link to a missing file: let the system decide.
+  fd = openWith(O_CREAT);
+  *created = fd >= 0;
+  return fd;
+}
+
+bool truncateDescriptor(int fd) noexcept {
+  int result;
+  do {
+    result = ::ftruncate(fd, 0);
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
+}
+
+// Enters an overlapped handle's record in the table: 0, or the error that refuses it.
+int enterHandle(PosixFile* record) noexcept {
+  FileTable& table = fileTable();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  if (sharingConflictLocked(table, *record)) return kErrorSharingViolation;
+  try {
+    table.files.push_back(record);
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  }
+  return 0;
+}
+
+// Enters a stream's record in the table: 0, or the error that refuses it.
+int enterStream(const PosixFile& record) noexcept {
+  FileTable& table = fileTable();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  if (sharingConflictLocked(table, record)) return kErrorSharingViolation;
+  try {
+    table.streams.push_back(record);
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  }
+  return 0;
+}
+
+void leaveStream(int fd) noexcept {
+  FileTable& table = fileTable();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  const auto it = std::find_if(table.streams.begin(), table.streams.end(),
+                               [fd](const PosixFile& held) { return held.fd == fd; });
+  if (it != table.streams.end()) table.streams.erase(it);
+}
+
 }  // namespace
 
 FileHandle openOverlappedFile(const WideChar* path, unsigned access, unsigned creation) noexcept {
   const int creationFlag = creationFlags(creation);
-  if (creationFlag < 0 || (access & ~(kGenericRead | kGenericWrite)) != 0 ||
+  if (creationFlag < 0 || (access & ~kReadWrite) != 0 ||
       (creation == kTruncateExisting && (access & kGenericWrite) == 0)) {
     errno = EINVAL;
     return nullptr;
   }
   std::vector<char> name;
   if (!utf8Path(path, &name)) return nullptr;
-
+  // Only regular files have positions to read and write at; the check before the open keeps
+  // a FIFO's open from waiting for its other end. The check after it is the one that counts.
+  struct stat before {};
+  if (::stat(name.data(), &before) == 0 && !S_ISREG(before.st_mode)) {
+    errno = notRegularError(before.st_mode);
+    return nullptr;
+  }
   PosixFile* record = new (std::nothrow) PosixFile{};
   if (record == nullptr) {
     errno = ENOMEM;
     return nullptr;
   }
-  FileTable& table = fileTable();
-  const std::lock_guard<std::mutex> lock(table.mutex);
-  // The share check comes before the open, so a refused create-always truncates nothing.
-  struct stat before {};
-  const bool existed = ::stat(name.data(), &before) == 0;
-  if (existed && S_ISDIR(before.st_mode)) {
-    delete record;
-    errno = EISDIR;
-    return nullptr;
-  }
-  if (existed && sharingConflictLocked(table, before.st_dev, before.st_ino, access)) {
-    delete record;
-    errno = kErrorSharingViolation;
-    return nullptr;
-  }
-  int fd;
-  do {
-    fd = ::open(name.data(), accessFlags(access) | creationFlag | O_CLOEXEC, 0666);
-  } while (fd < 0 && errno == EINTR);
+  // Truncation waits for the share check, so a refused create-always truncates nothing.
+  const bool truncate = creation == kCreateAlways || creation == kTruncateExisting;
+  bool created = false;
+  const int fd = openDescriptor(name.data(), accessFlags(access) | O_NONBLOCK,
+                                creationFlag & ~O_TRUNC, &created);
   if (fd < 0) {
     delete record;
     return nullptr;
   }
   struct stat opened {};
-  if (::fstat(fd, &opened) != 0 || S_ISDIR(opened.st_mode)) {
-    const int error = S_ISDIR(opened.st_mode) ? EISDIR : errno;
+  int refused;
+  if (::fstat(fd, &opened) != 0) {
+    refused = errno;
+  } else if (!S_ISREG(opened.st_mode)) {
+    refused = notRegularError(opened.st_mode);
+  } else {
+    *record = PosixFile{fd, access, kShareRead, opened.st_dev, opened.st_ino};
+    refused = enterHandle(record);
+  }
+  if (refused != 0) {
     closeDescriptor(fd);
     delete record;
+    errno = refused;
+    return nullptr;
+  }
+  if (truncate && !created && !truncateDescriptor(fd)) {
+    const int error = errno;
+    (void)closeFile(record);
     errno = error;
     return nullptr;
   }
-  *record = PosixFile{fd, access, opened.st_dev, opened.st_ino};
-  try {
-    table.files.push_back(record);
-  } catch (const std::bad_alloc&) {
-    closeDescriptor(fd);
-    delete record;
-    errno = ENOMEM;
-    return nullptr;
-  }
-  const bool foundPresent = existed && (creation == kCreateAlways || creation == kOpenAlways);
+  const bool foundPresent = !created && (creation == kCreateAlways || creation == kOpenAlways);
   errno = foundPresent ? kErrorAlreadyExists : 0;
   return record;
 }
@@ -465,7 +550,7 @@ FileHandle duplicateFile(FileHandle file) noexcept {
     delete copy;
     return nullptr;
   }
-  *copy = PosixFile{fd, source->access, source->device, source->inode};
+  *copy = PosixFile{fd, source->access, source->share, source->device, source->inode};
   try {
     table.files.push_back(copy);
   } catch (const std::bad_alloc&) {
@@ -477,15 +562,62 @@ FileHandle duplicateFile(FileHandle file) noexcept {
   return copy;
 }
 
-bool sharingAllowsWriter(const char* path) noexcept {
-  if (path == nullptr) return true;
-  struct stat status {};
-  if (::stat(path, &status) != 0) return true;  // a missing file is held by nobody
-  FileTable& table = fileTable();
-  const std::lock_guard<std::mutex> lock(table.mutex);
-  if (!sharingConflictLocked(table, status.st_dev, status.st_ino, kGenericWrite)) return true;
-  errno = kErrorSharingViolation;
-  return false;
+std::FILE* openStream(const char* path, const char* streamMode) noexcept {
+  if (path == nullptr || streamMode == nullptr) {
+    errno = EINVAL;
+    return nullptr;
+  }
+  // fopen's own open, done by hand so the share check comes between the open and the
+  // truncation of "w" modes, and no lock is held while the open may block.
+  const char kind = streamMode[0];
+  const bool update = std::strchr(streamMode, '+') != nullptr;
+  unsigned access = kind == 'r' ? kGenericRead : kGenericWrite;
+  if (update) access = kReadWrite;
+  int flags = accessFlags(access) | O_CLOEXEC;
+  if (kind == 'w') flags |= O_CREAT;
+  if (kind == 'a') flags |= O_CREAT | O_APPEND;
+  if (kind != 'r' && kind != 'w' && kind != 'a') {
+    errno = EINVAL;
+    return nullptr;
+  }
+  int fd;
+  do {
+    fd = ::open(path, flags, 0666);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) return nullptr;
+  struct stat opened {};
+  const int refused = ::fstat(fd, &opened) != 0
+                          ? errno
+                          : enterStream(PosixFile{fd, access, kShareRead | kShareWrite,
+                                                  opened.st_dev, opened.st_ino});
+  if (refused != 0) {
+    closeDescriptor(fd);
+    errno = refused;
+    return nullptr;
+  }
+  // Devices and FIFOs ignore truncation, as fopen's O_TRUNC does.
+  std::FILE* stream = nullptr;
+  if (kind != 'w' || !S_ISREG(opened.st_mode) || truncateDescriptor(fd)) {
+    stream = ::fdopen(fd, streamMode);
+  }
+  if (stream == nullptr) {
+    const int error = errno;
+    leaveStream(fd);
+    closeDescriptor(fd);
+    errno = error;
+  }
+  return stream;
+}
+
+bool closeStream(std::FILE* stream) noexcept {
+  if (stream == nullptr) {
+    errno = EBADF;
+    return false;
+  }
+  // Out of the table while the descriptor is still open, so no file opened meanwhile can
+  // have its number.
+  leaveStream(::fileno(stream));
+  return std::fclose(stream) == 0;
 }
 
 }  // namespace mlib::platform

@@ -9,6 +9,7 @@
 #include <mlib/files.h>
 
 #include <cstddef>
+#include <cstdio>
 
 namespace mlib::platform {
 
@@ -131,8 +132,21 @@ FileHandle duplicateFile(FileHandle file) noexcept {
   return copy;
 }
 
-bool sharingAllowsWriter(const char* /*path: the system checks share modes itself*/) noexcept {
-  return true;
+std::FILE* openStream(const char* path, const char* streamMode) noexcept {
+  // The runtime opens with every share flag; the system checks both ways itself.
+  return std::fopen(path, streamMode);
+}
+
+bool closeStream(std::FILE* stream) noexcept {
+  if (stream == nullptr) {
+    ::SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+  }
+  if (std::fclose(stream) == 0) return true;
+  // The failed write's code is normally still the last error; a failure of the runtime's
+  // own still says that the data did not reach the system.
+  if (::GetLastError() == ERROR_SUCCESS) ::SetLastError(ERROR_WRITE_FAULT);
+  return false;
 }
 
 }  // namespace mlib::platform
