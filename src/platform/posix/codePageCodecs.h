@@ -1,5 +1,6 @@
 // The per-code-page converters behind the POSIX multiByteToWide and wideToMultiByte: one
-// pair of functions for each supported code page. Argument checks, the ANSI code page and
+// pair of functions for each supported code page (a template instance for the table-driven
+// ones). Argument checks, the ANSI code page and
 // the last error are left to codePage.cpp.
 #ifndef MLIB_SRC_PLATFORM_POSIX_CODEPAGECODECS_H
 #define MLIB_SRC_PLATFORM_POSIX_CODEPAGECODECS_H
@@ -34,15 +35,21 @@ using ToWideFn = Converted (*)(const unsigned char* src, std::size_t byteCount, 
 using FromWideFn = Converted (*)(const WideChar* src, std::size_t unitCount, unsigned char* dst,
                                  std::size_t room) noexcept;
 
-[[nodiscard]] Converted cp1252ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
-                                     std::size_t room) noexcept;
-[[nodiscard]] Converted cp1252FromWide(const WideChar* src, std::size_t unitCount,
-                                       unsigned char* dst, std::size_t room) noexcept;
+// The pages of one byte per character (874, 1250 to 1258), codePageSingleByte.cpp.
+template <unsigned kCodePage>
+[[nodiscard]] Converted singleByteToWide(const unsigned char* src, std::size_t byteCount,
+                                         WideChar* dst, std::size_t room) noexcept;
+template <unsigned kCodePage>
+[[nodiscard]] Converted singleByteFromWide(const WideChar* src, std::size_t unitCount,
+                                           unsigned char* dst, std::size_t room) noexcept;
 
-[[nodiscard]] Converted cp936ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
-                                    std::size_t room) noexcept;
-[[nodiscard]] Converted cp936FromWide(const WideChar* src, std::size_t unitCount,
-                                      unsigned char* dst, std::size_t room) noexcept;
+// The pages of one or two bytes per character (932, 936, 949, 950), codePageDoubleByte.cpp.
+template <unsigned kCodePage>
+[[nodiscard]] Converted doubleByteToWide(const unsigned char* src, std::size_t byteCount,
+                                         WideChar* dst, std::size_t room) noexcept;
+template <unsigned kCodePage>
+[[nodiscard]] Converted doubleByteFromWide(const WideChar* src, std::size_t unitCount,
+                                           unsigned char* dst, std::size_t room) noexcept;
 
 [[nodiscard]] Converted utf8ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
                                    std::size_t room) noexcept;
