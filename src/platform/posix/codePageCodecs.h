@@ -117,6 +117,42 @@ constexpr std::size_t kBlockUnits = 4;
 #endif
 }
 
+// Bit i set where byte i of the block is C0 or above.
+[[nodiscard]] inline unsigned topQuarterBytes(const unsigned char* src) noexcept {
+#if defined(__SSE2__)
+  // As signed bytes, C0-FF are -64 to -1.
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(v, _mm_set1_epi8(-65))) &
+                               _mm_movemask_epi8(v));
+#else
+  unsigned mask = 0;
+  for (unsigned i = 0; i < kBlockBytes; ++i) mask |= unsigned{src[i] >= 0xC0} << i;
+  return mask;
+#endif
+}
+
+// Widens the block's bytes to units, one for one, adding `shift` to the units of the bytes
+// C0 and above.
+inline void widenBlockShiftingTopQuarter(const unsigned char* src, WideChar* dst,
+                                         WideChar shift) noexcept {
+#if defined(__SSE2__)
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i top = _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(-65)), _mm_cmplt_epi8(v, zero));
+  const __m128i shifts = _mm_set1_epi16(static_cast<short>(shift));
+  const __m128i low =
+      _mm_add_epi16(_mm_unpacklo_epi8(v, zero), _mm_and_si128(_mm_unpacklo_epi8(top, top), shifts));
+  const __m128i high =
+      _mm_add_epi16(_mm_unpackhi_epi8(v, zero), _mm_and_si128(_mm_unpackhi_epi8(top, top), shifts));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), low);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), high);
+#else
+  for (std::size_t i = 0; i < kBlockBytes; ++i) {
+    dst[i] = static_cast<WideChar>(src[i] >= 0xC0 ? src[i] + shift : src[i]);
+  }
+#endif
+}
+
 // Widens the block's bytes to units, one for one.
 inline void widenBlock(const unsigned char* src, WideChar* dst) noexcept {
 #if defined(__SSE2__)

@@ -89,8 +89,20 @@ Converted toWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
   std::size_t written = 0;
   while (at < byteCount) {
     if (src[at] < 0x80) {
-      copyAsciiBytes<kFill, 2, 0>(src, byteCount, at, dst, room, written);
-      if (at == byteCount) break;
+      if (byteCount - at >= 2 && src[at + 1] >= 0x80) {
+        // One ASCII byte between characters (the space between Korean words) is cheaper
+        // alone than through the block copy: Korean text went from 0.60 to 0.69 GB/s
+        // (and from 0.65 to 0.83 GB/s the other way).
+        if constexpr (kFill == Fill::kChecked) {
+          if (written == room) return {written, false};
+        }
+        if constexpr (kFill != Fill::kCount) dst[written] = src[at];
+        ++at;
+        ++written;
+      } else {
+        copyAsciiBytes<kFill, 2, 0>(src, byteCount, at, dst, room, written);
+        if (at == byteCount) break;
+      }
     }
     if constexpr (kFill == Fill::kChecked) {
       if (written == room) return {written, false};
@@ -110,8 +122,18 @@ Converted fromWide(const WideChar* src, std::size_t unitCount, unsigned char* ds
   std::size_t written = 0;
   while (at < unitCount) {
     if (src[at] < 0x80) {
-      copyAsciiUnits<kFill, 1>(src, unitCount, at, dst, room, written);
-      if (at == unitCount) break;
+      if (unitCount - at >= 2 && src[at + 1] >= 0x80) {
+        // One ASCII unit between characters, as in toWide.
+        if constexpr (kFill == Fill::kChecked) {
+          if (written == room) return {written, false};
+        }
+        if constexpr (kFill != Fill::kCount) dst[written] = static_cast<unsigned char>(src[at]);
+        ++at;
+        ++written;
+      } else {
+        copyAsciiUnits<kFill, 1>(src, unitCount, at, dst, room, written);
+        if (at == unitCount) break;
+      }
     }
     const unsigned bytes = table[src[at]];
     const std::size_t size = bytes < 0x100 ? 1 : 2;
