@@ -370,9 +370,11 @@ void checkLongText(const LongText& text, Convert convert, Out canary) {
     EXPECT_TRUE(
         std::equal(want.begin(), want.begin() + static_cast<std::ptrdiff_t>(fits), buffer.begin()))
         << "room " << room;
-    for (std::size_t i = fits; i < buffer.size(); ++i) {
-      ASSERT_EQ(buffer[i], canary) << "room " << room << ", written at " << i;
-    }
+    // One check for the whole tail: a check per element made this test slow.
+    const auto written = std::find_if(buffer.begin() + static_cast<std::ptrdiff_t>(fits),
+                                      buffer.end(), [canary](Out v) { return v != canary; });
+    ASSERT_TRUE(written == buffer.end())
+        << "room " << room << ", written at " << (written - buffer.begin());
   }
 }
 
