@@ -201,6 +201,11 @@ TEST_P(EveryAnsiPage, MatchesOracleBothWays) {
   const std::size_t toWideLines = leads == 0 ? 255u + 15u : 255u + leads * 255u + leads * 3u + 25u;
   EXPECT_EQ(checkToWideFile(codePage, toWideFile(codePage).c_str()), toWideLines);
   EXPECT_EQ(checkFromWideFile(codePage, fromWideFile(codePage).c_str()), 65535u + 24u);
+  // The active ANSI page (on Windows the system's) answers the same as code page 0.
+  if (ansiCodePage() == codePage) {
+    EXPECT_EQ(checkToWideFile(kAnsiCodePage, toWideFile(codePage).c_str()), toWideLines);
+    EXPECT_EQ(checkFromWideFile(kAnsiCodePage, fromWideFile(codePage).c_str()), 65535u + 24u);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(CodePage, EveryAnsiPage, testing::ValuesIn(kAnsiPages),
@@ -211,6 +216,16 @@ INSTANTIATE_TEST_SUITE_P(CodePage, EveryAnsiPage, testing::ValuesIn(kAnsiPages),
 TEST(CodePage, Utf8MatchesOracle) {
   EXPECT_EQ(checkToWideFile(kUtf8CodePage, "utf8-to-wide.txt"), 180u);
   EXPECT_EQ(checkFromWideFile(kUtf8CodePage, "utf8-from-wide.txt"), 73u);
+}
+
+TEST(CodePage, Utf8AsTheAnsiPageMatchesOracle) {
+  const unsigned before = ansiCodePage();
+  if (before != kUtf8CodePage && !setAnsiCodePage(kUtf8CodePage)) {
+    GTEST_SKIP() << "the ANSI code page is not UTF-8 here";
+  }
+  EXPECT_EQ(checkToWideFile(kAnsiCodePage, "utf8-to-wide.txt"), 180u);
+  EXPECT_EQ(checkFromWideFile(kAnsiCodePage, "utf8-from-wide.txt"), 73u);
+  (void)setAnsiCodePage(before);
 }
 
 // The inputs the answer files leave out: there the incomplete sequence swallowed the
