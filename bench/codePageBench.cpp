@@ -1,9 +1,11 @@
 // The code page conversions (platform::multiByteToWide / wideToMultiByte) against ICU's
 // converters and the C library's iconv, on 1 MiB of ASCII, Western 1252, Chinese 936 and
-// UTF-8 text. Each benchmark converts the whole text once per iteration into a buffer
+// UTF-8 text; and ANSIToWide / WideToANSI with 932, 949, 950, 1251 and UTF-8 as the ANSI
+// code page. Each benchmark converts the whole text once per iteration into a buffer
 // sized beforehand (exactly, for mlib, as its callers do); bytes/s count the narrow side.
 #include <benchmark/benchmark.h>
 #include <iconv.h>
+#include <mlib/text.h>
 
 #include <cstdint>
 #include <cstring>
@@ -338,6 +340,251 @@ void icuToUtf8Size(benchmark::State& state, Sample sample) {
   state.SetBytesProcessed(
       static_cast<std::int64_t>(state.iterations() * narrowSample(sample).size()));
 }
+#endif
+
+// ---- Other ANSI code pages ---------------------------------------------------------
+// ANSIToWide and WideToANSI of 1 MiB with each page as the ANSI code page, against ICU
+// and iconv on the same text.
+
+// Japanese: hiragana runs (82 9F-F1) and level-1 kanji (lead 89-97, every trail 40-7E and
+// 80-FC assigned), an ideographic full stop (81 42) now and then.
+std::string japaneseText() {
+  Random random{4};
+  std::string text;
+  while (text.size() + 2 <= kTextBytes) {
+    const std::uint32_t r = random.next() % 100;
+    if (r < 4) {
+      text += "\x81\x42";
+    } else if (r < 45) {
+      text += '\x82';
+      text += static_cast<char>(0x9F + random.next() % 0x53);
+    } else {
+      text += static_cast<char>(0x89 + random.next() % 0x0F);
+      const unsigned trail = 0x40 + random.next() % 0xBC;
+      text += static_cast<char>(trail >= 0x7F ? trail + 1 : trail);
+    }
+  }
+  text.resize(kTextBytes & ~std::size_t{1});
+  return text;
+}
+
+// Korean: words of two to four Hangul syllables (lead B0-C8, trail A1-FE) and spaces.
+std::string koreanText() {
+  Random random{5};
+  std::string text;
+  while (text.size() + 9 <= kTextBytes) {
+    const std::size_t word = 2 + random.next() % 3;
+    for (std::size_t i = 0; i < word; ++i) {
+      text += static_cast<char>(0xB0 + random.next() % 0x19);
+      text += static_cast<char>(0xA1 + random.next() % 0x5E);
+    }
+    text += random.next() % 10 == 0 ? ". " : " ";
+  }
+  text.resize(kTextBytes);
+  return text;
+}
+
+// Traditional Chinese: frequent hanzi (lead A4-C5, trail 40-7E and A1-FE), a full-width
+// comma (A1 41) now and then.
+std::string traditionalChineseText() {
+  Random random{6};
+  std::string text;
+  while (text.size() + 2 <= kTextBytes) {
+    if (random.next() % 20 == 0) {
+      text += "\xA1\x41";
+      continue;
+    }
+    text += static_cast<char>(0xA4 + random.next() % 0x22);
+    const unsigned trail = random.next() % (0x3F + 0x5E);
+    text += static_cast<char>(trail < 0x3F ? 0x40 + trail : 0xA1 + trail - 0x3F);
+  }
+  text.resize(kTextBytes & ~std::size_t{1});
+  return text;
+}
+
+// Russian-like prose: words of Cyrillic letters (1251 C0-FF), now and then capitalised,
+// spaces and punctuation.
+std::string cyrillicText() {
+  Random random{7};
+  std::string text;
+  while (text.size() < kTextBytes) {
+    const std::size_t word = 2 + random.next() % 8;
+    for (std::size_t i = 0; i < word; ++i) {
+      const bool capital = i == 0 && random.next() % 8 == 0;
+      text += static_cast<char>((capital ? 0xC0 : 0xE0) + random.next() % 32);
+    }
+    text += random.next() % 12 == 0 ? ", " : " ";
+  }
+  text.resize(kTextBytes);
+  return text;
+}
+
+// Mixed UTF-8: English, accented Latin, Cyrillic and Chinese words in turn.
+std::string mixedUtf8Text() {
+  static const char* const kWords[] = {"the",
+                                       "caf\xC3\xA9",
+                                       "\xD0\xB4\xD0\xBE\xD0\xBC",
+                                       "\xE4\xB8\xAD\xE6\x96\x87",
+                                       "stra\xC3\x9F"
+                                       "e",
+                                       "\xE2\x82\xAC"
+                                       "5",
+                                       "data",
+                                       "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E"};
+  Random random{8};
+  std::string text;
+  while (text.size() + 16 <= kTextBytes) {
+    text += kWords[random.next() % (sizeof kWords / sizeof kWords[0])];
+    text += ' ';
+  }
+  text.resize(text.size());
+  return text;
+}
+
+struct AnsiSample {
+  std::string narrow;
+  std::u16string wide;
+};
+
+AnsiSample makeAnsiSample(unsigned codePage, const std::string& narrowText) {
+  return {narrowText, widen(codePage, narrowText)};
+}
+
+const AnsiSample& ansiSample(unsigned codePage) {
+  static const AnsiSample japanese = makeAnsiSample(932, japaneseText());
+  static const AnsiSample korean = makeAnsiSample(949, koreanText());
+  static const AnsiSample chinese = makeAnsiSample(950, traditionalChineseText());
+  static const AnsiSample cyrillic = makeAnsiSample(1251, cyrillicText());
+  static const AnsiSample mixed = makeAnsiSample(platform::kUtf8CodePage, mixedUtf8Text());
+  switch (codePage) {
+    case 932:
+      return japanese;
+    case 949:
+      return korean;
+    case 950:
+      return chinese;
+    case 1251:
+      return cyrillic;
+    default:
+      break;
+  }
+  return mixed;
+}
+
+// The public functions, with codePage as the ANSI code page and room for the whole text.
+void mlibAnsiToWide(benchmark::State& state, unsigned codePage) {
+  const AnsiSample& sample = ansiSample(codePage);
+  if (!SetAnsiCodePage(codePage)) state.SkipWithError("SetAnsiCodePage failed");
+  std::vector<WideChar> out(sample.wide.size() + 1);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        ANSIToWide(out.data(), sample.narrow.c_str(), static_cast<int>(out.size())));
+    benchmark::ClobberMemory();
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sample.narrow.size()));
+}
+
+void mlibWideToAnsi(benchmark::State& state, unsigned codePage) {
+  const AnsiSample& sample = ansiSample(codePage);
+  if (!SetAnsiCodePage(codePage)) state.SkipWithError("SetAnsiCodePage failed");
+  std::vector<char> out(sample.narrow.size() + 1);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        WideToANSI(out.data(), sample.wide.c_str(), static_cast<int>(out.size())));
+    benchmark::ClobberMemory();
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sample.narrow.size()));
+}
+
+void iconvAnsiToWide(benchmark::State& state, unsigned codePage, const char* charset) {
+  const AnsiSample& sample = ansiSample(codePage);
+  iconvConvert(state, "UTF-16LE", charset, sample.narrow.data(), sample.narrow.size(),
+               sample.wide.size() * 2, sample.narrow.size());
+}
+
+void iconvWideToAnsi(benchmark::State& state, unsigned codePage, const char* charset) {
+  const AnsiSample& sample = ansiSample(codePage);
+  iconvConvert(state, charset, "UTF-16LE", reinterpret_cast<const char*>(sample.wide.data()),
+               sample.wide.size() * 2, sample.narrow.size(), sample.narrow.size());
+}
+
+#if defined(MLIB_BENCH_HAVE_ICU)
+void icuAnsiToWide(benchmark::State& state, unsigned codePage, const char* name) {
+  const AnsiSample& sample = ansiSample(codePage);
+  UErrorCode status = U_ZERO_ERROR;
+  UConverter* const converter = ucnv_open(name, &status);
+  if (U_FAILURE(status)) {
+    state.SkipWithError("ucnv_open failed");
+    return;
+  }
+  std::vector<UChar> out(sample.wide.size() + 1);
+  for (auto _ : state) {
+    status = U_ZERO_ERROR;
+    const int32_t n =
+        ucnv_toUChars(converter, out.data(), static_cast<int32_t>(out.size()), sample.narrow.data(),
+                      static_cast<int32_t>(sample.narrow.size()), &status);
+    benchmark::DoNotOptimize(n);
+    benchmark::ClobberMemory();
+  }
+  ucnv_close(converter);
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sample.narrow.size()));
+}
+
+void icuWideToAnsi(benchmark::State& state, unsigned codePage, const char* name) {
+  const AnsiSample& sample = ansiSample(codePage);
+  UErrorCode status = U_ZERO_ERROR;
+  UConverter* const converter = ucnv_open(name, &status);
+  if (U_FAILURE(status)) {
+    state.SkipWithError("ucnv_open failed");
+    return;
+  }
+  std::vector<char> out(sample.narrow.size() + 1);
+  for (auto _ : state) {
+    status = U_ZERO_ERROR;
+    const int32_t n = ucnv_fromUChars(converter, out.data(), static_cast<int32_t>(out.size()),
+                                      reinterpret_cast<const UChar*>(sample.wide.data()),
+                                      static_cast<int32_t>(sample.wide.size()), &status);
+    benchmark::DoNotOptimize(n);
+    benchmark::ClobberMemory();
+  }
+  ucnv_close(converter);
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sample.narrow.size()));
+}
+#endif
+
+BENCHMARK_CAPTURE(mlibAnsiToWide, ansi932_japanese, 932);
+BENCHMARK_CAPTURE(iconvAnsiToWide, ansi932_japanese, 932, "CP932");
+BENCHMARK_CAPTURE(mlibWideToAnsi, ansi932_japanese, 932);
+BENCHMARK_CAPTURE(iconvWideToAnsi, ansi932_japanese, 932, "CP932");
+BENCHMARK_CAPTURE(mlibAnsiToWide, ansi949_korean, 949);
+BENCHMARK_CAPTURE(iconvAnsiToWide, ansi949_korean, 949, "CP949");
+BENCHMARK_CAPTURE(mlibWideToAnsi, ansi949_korean, 949);
+BENCHMARK_CAPTURE(iconvWideToAnsi, ansi949_korean, 949, "CP949");
+BENCHMARK_CAPTURE(mlibAnsiToWide, ansi950_chinese, 950);
+BENCHMARK_CAPTURE(iconvAnsiToWide, ansi950_chinese, 950, "CP950");
+BENCHMARK_CAPTURE(mlibWideToAnsi, ansi950_chinese, 950);
+BENCHMARK_CAPTURE(iconvWideToAnsi, ansi950_chinese, 950, "CP950");
+BENCHMARK_CAPTURE(mlibAnsiToWide, ansi1251_cyrillic, 1251);
+BENCHMARK_CAPTURE(iconvAnsiToWide, ansi1251_cyrillic, 1251, "CP1251");
+BENCHMARK_CAPTURE(mlibWideToAnsi, ansi1251_cyrillic, 1251);
+BENCHMARK_CAPTURE(iconvWideToAnsi, ansi1251_cyrillic, 1251, "CP1251");
+BENCHMARK_CAPTURE(mlibAnsiToWide, ansi65001_mixed, 65001);
+BENCHMARK_CAPTURE(iconvAnsiToWide, ansi65001_mixed, 65001, "UTF-8");
+BENCHMARK_CAPTURE(mlibWideToAnsi, ansi65001_mixed, 65001);
+BENCHMARK_CAPTURE(iconvWideToAnsi, ansi65001_mixed, 65001, "UTF-8");
+#if defined(MLIB_BENCH_HAVE_ICU)
+BENCHMARK_CAPTURE(icuAnsiToWide, ansi932_japanese_windows932, 932, "windows-932");
+BENCHMARK_CAPTURE(icuAnsiToWide, ansi932_japanese_ibm943, 932, "ibm-943_P15A-2003");
+BENCHMARK_CAPTURE(icuWideToAnsi, ansi932_japanese_windows932, 932, "windows-932");
+BENCHMARK_CAPTURE(icuWideToAnsi, ansi932_japanese_ibm943, 932, "ibm-943_P15A-2003");
+BENCHMARK_CAPTURE(icuAnsiToWide, ansi949_korean, 949, "windows-949");
+BENCHMARK_CAPTURE(icuWideToAnsi, ansi949_korean, 949, "windows-949");
+BENCHMARK_CAPTURE(icuAnsiToWide, ansi950_chinese, 950, "windows-950");
+BENCHMARK_CAPTURE(icuWideToAnsi, ansi950_chinese, 950, "windows-950");
+BENCHMARK_CAPTURE(icuAnsiToWide, ansi1251_cyrillic, 1251, "windows-1251");
+BENCHMARK_CAPTURE(icuWideToAnsi, ansi1251_cyrillic, 1251, "windows-1251");
+BENCHMARK_CAPTURE(icuAnsiToWide, ansi65001_mixed, 65001, "UTF-8");
+BENCHMARK_CAPTURE(icuWideToAnsi, ansi65001_mixed, 65001, "UTF-8");
 #endif
 
 // ---- Registration ------------------------------------------------------------------

@@ -6,6 +6,34 @@
 
 #include <cstdio>
 
+namespace {
+
+// Japanese text through two other ANSI code pages and back: 932 (one or two bytes per
+// character) and UTF-8 (three bytes for each of these UTF-16 units). Where the system owns
+// the setting (Windows), SetAnsiCodePage refuses and the page is left out.
+void demoOtherAnsiPages() {
+  const unsigned before = GetAnsiCodePage();
+  const mlib::WideChar* const japanese =
+      MLIB_T("\u65E5\u672C\u8A9E\u30C6\u30AD\u30B9\u30C8 \uFF71");
+  for (const unsigned codePage : {932u, 65001u}) {
+    if (!SetAnsiCodePage(codePage)) {
+      std::printf("ANSI code page %u: not settable here\n", codePage);
+      continue;
+    }
+    char ansi[64];
+    WideToANSI(ansi, japanese, 64);
+    mlib::WideChar back[32];
+    ANSIToWide(back, ansi, 32);
+    std::printf("\"%s\" as ANSI code page %u:", demoUtf8(japanese).c_str(), codePage);
+    for (const char* p = ansi; *p != '\0'; ++p)
+      std::printf(" %02X", static_cast<unsigned char>(*p));
+    std::printf(" -> back \"%s\"\n", demoUtf8(back).c_str());
+  }
+  (void)SetAnsiCodePage(before);
+}
+
+}  // namespace
+
 void demoText() {
   std::printf("\n-- Text and number helpers --\n");
   std::printf("ANSI code page: %u\n", GetAnsiCodePage());
@@ -20,6 +48,8 @@ void demoText() {
   std::printf("UTF-8 \"%s\" -> wide -> ANSI bytes:", utf8);
   for (const char* p = ansi; *p != '\0'; ++p) std::printf(" %02X", static_cast<unsigned char>(*p));
   std::printf("\n");
+  demoOtherAnsiPages();
+
   mlib::WideChar* const cut = StrCpyT(wide, MLIB_T("truncated text"), 6);
   std::printf("StrCpyT into 6 slots: \"%s\"\n", demoUtf8(cut).c_str());
 

@@ -13,7 +13,9 @@ namespace {
 using mlib::WideChar;
 namespace platform = mlib::platform;
 
-constexpr unsigned kCodePages[] = {1252, 936, platform::kUtf8CodePage};
+constexpr unsigned kCodePages[] = {874,  932,  936,  949,  950,
+                                   1250, 1251, 1252, 1253, 1254,
+                                   1255, 1256, 1257, 1258, platform::kUtf8CodePage};
 constexpr WideChar kWideCanary = 0xBEEF;
 constexpr char kByteCanary = '\x5A';
 

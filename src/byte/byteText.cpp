@@ -1,12 +1,13 @@
 // Byte's text conversions between the ANSI code page and UTF-8, through the free conversion
 // functions of <mlib/text.h>.
 #include <mlib/byte.h>
+#include <mlib/text.h>
 
 #include <climits>
 #include <cstddef>
 #include <memory>
 
-#include <mlib/text.h>
+#include "platform/codePage.h"
 
 namespace mlib {
 
@@ -35,8 +36,8 @@ Byte Byte::AnsiToUtf8() const {
   if (data_ == nullptr || length_ <= 0) return Byte();
   const char* text = ToString();
   if (text == nullptr) return Byte();
-  // One ANSI byte is at most one UTF-16 unit, and a unit of the code pages' range needs at
-  // most three UTF-8 bytes (0x80 in 1252 is U+20AC, E2 82 AC).
+  // One ANSI byte is at most one UTF-16 unit, and a unit needs at most three UTF-8 bytes
+  // (0x80 in 1252 is U+20AC, E2 82 AC; a stray byte in UTF-8 is U+FFFD, EF BF BD).
   return convertText(text, length_, 3, ::ANSIToUtf8);
 }
 
@@ -44,10 +45,11 @@ Byte Byte::Utf8ToAnsi() const {
   if (data_ == nullptr || length_ <= 0) return Byte();
   const char* text = ToString();
   if (text == nullptr) return Byte();
-  // Every UTF-8 sequence becomes at most as many ANSI bytes as it has (a lone invalid byte
-  // becomes one replacement character, a four-byte character two at most); twice the
-  // length leaves ample room.
-  return convertText(text, length_, 2, ::Utf8ToANSI);
+  // Every UTF-8 byte gives at most one UTF-16 unit (a lone invalid byte becomes U+FFFD),
+  // and a unit at most ansiBytesPerWideUnit() ANSI bytes: 2, or 3 when the ANSI code page
+  // is UTF-8 (U+FFFD is EF BF BD there).
+  return convertText(text, length_, static_cast<int>(platform::ansiBytesPerWideUnit()),
+                     ::Utf8ToANSI);
 }
 
 }  // namespace mlib

@@ -37,6 +37,13 @@ constexpr int kErrorInvalidParameter = 87;
 // code page is not supported or the system owns the setting (Windows).
 [[nodiscard]] bool setAnsiCodePage(unsigned codePage) noexcept;
 
+// The bytes per UTF-16 unit that a buffer for ANSI text sized from a wide length must allow:
+// 3 when the ANSI code page is UTF-8 (U+0800 and up), else 2, the most any single- or
+// double-byte page writes for a unit. Every such buffer of the library is sized by it.
+[[nodiscard]] inline unsigned ansiBytesPerWideUnit() noexcept {
+  return ansiCodePage() == kUtf8CodePage ? 3 : 2;
+}
+
 }  // namespace mlib::platform
 
 #endif  // MLIB_SRC_PLATFORM_CODEPAGE_H

@@ -115,9 +115,10 @@ WideChar* joinTexts(const WideChar* first, std::size_t firstBound, const WideCha
   return detail::fitWide(fresh, firstCount + secondCount + 1);
 }
 
-// Converts text to the ANSI code page in a new array of 2 x unitCount + 1 bytes.
+// Converts text to the ANSI code page in a new array of 2 x unitCount + 1 bytes (3 x when
+// the ANSI code page is UTF-8), room for the whole text.
 char* narrowToAnsi(const WideChar* text, std::size_t unitCount) {
-  std::size_t byteCount = 2 * unitCount + 1;
+  std::size_t byteCount = platform::ansiBytesPerWideUnit() * unitCount + 1;
   if (byteCount > static_cast<std::size_t>(INT_MAX)) byteCount = INT_MAX;
   char* ansi = new char[byteCount];
   if (WideToANSI(ansi, text, static_cast<int>(byteCount)) == nullptr) {

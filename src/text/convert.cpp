@@ -164,6 +164,8 @@ WideChar* U82T(WideChar* dst, const char* src, int capacity) {
   // A capacity below 1 leaves the destination untouched; nothing else is observable.
   if (capacity < 1) return dst;
   const std::size_t sourceBytes = textLength(src);
+  // Each UTF-8 byte gives at most one unit, and a unit at most three ANSI bytes (UTF-8 as
+  // the ANSI code page included): room for the whole text in every page.
   const int ansiBytes = clampToInt(3 * sourceBytes + 1);
   ScratchBuffer<char> ansi(static_cast<std::size_t>(ansiBytes));
   if (ansi.data() == nullptr) return nullptr;
@@ -173,7 +175,8 @@ WideChar* U82T(WideChar* dst, const char* src, int capacity) {
 
 char* T2U8(char* dst, const WideChar* src, int capacity) {
   if (dst == nullptr || src == nullptr || capacity < 1) return nullptr;
-  const int ansiBytes = clampToInt(2 * textLength(src) + 1);
+  // Room for the whole text in the ANSI code page: 2 bytes per unit, 3 in UTF-8.
+  const int ansiBytes = clampToInt(platform::ansiBytesPerWideUnit() * textLength(src) + 1);
   ScratchBuffer<char> ansi(static_cast<std::size_t>(ansiBytes));
   if (ansi.data() == nullptr) return nullptr;
   WideToANSI(ansi.data(), src, ansiBytes);

@@ -53,6 +53,8 @@ TEST(ByteText, Every1252ByteMatchesOracleBothWays) {
   ASSERT_TRUE(table.is_open());
   std::string ansi, expectedUtf8, line;
   while (std::getline(table, line)) {
+    // One byte, a tab, one unit: the lines of the single bytes (the mixtures are longer).
+    if (line.size() != 7) continue;
     unsigned byte = 0, unit = 0;
     std::istringstream(line) >> std::hex >> byte >> unit;
     ansi += static_cast<char>(byte);

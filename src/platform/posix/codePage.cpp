@@ -1,6 +1,6 @@
 // The POSIX stand-ins for MultiByteToWideChar and WideCharToMultiByte, and the library's
 // own ANSI code page setting. Generic POSIX code only: the converters themselves live in
-// codePage1252.cpp, codePage936.cpp and codePageUtf8.cpp.
+// codePageSingleByte.cpp, codePageDoubleByte.cpp and codePageUtf8.cpp.
 #if defined(_WIN32)
 #error "posix backend built for Windows"
 #endif
@@ -23,13 +23,26 @@ struct Codec {
   unsigned codePage;
   detail::ToWideFn toWide;
   detail::FromWideFn fromWide;
-  bool canBeAnsi;  // one or two bytes per character, with '?' as default character
 };
 
+// Every code page Windows can have as its active ANSI page, and UTF-8; each of them can be
+// the library's ANSI code page.
 constexpr Codec kCodecs[] = {
-    {1252, detail::cp1252ToWide, detail::cp1252FromWide, true},
-    {936, detail::cp936ToWide, detail::cp936FromWide, true},
-    {kUtf8CodePage, detail::utf8ToWide, detail::utf8FromWide, false},
+    {1252, detail::singleByteToWide<1252>, detail::singleByteFromWide<1252>},
+    {936, detail::doubleByteToWide<936>, detail::doubleByteFromWide<936>},
+    {kUtf8CodePage, detail::utf8ToWide, detail::utf8FromWide},
+    {932, detail::doubleByteToWide<932>, detail::doubleByteFromWide<932>},
+    {949, detail::doubleByteToWide<949>, detail::doubleByteFromWide<949>},
+    {950, detail::doubleByteToWide<950>, detail::doubleByteFromWide<950>},
+    {874, detail::singleByteToWide<874>, detail::singleByteFromWide<874>},
+    {1250, detail::singleByteToWide<1250>, detail::singleByteFromWide<1250>},
+    {1251, detail::singleByteToWide<1251>, detail::singleByteFromWide<1251>},
+    {1253, detail::singleByteToWide<1253>, detail::singleByteFromWide<1253>},
+    {1254, detail::singleByteToWide<1254>, detail::singleByteFromWide<1254>},
+    {1255, detail::singleByteToWide<1255>, detail::singleByteFromWide<1255>},
+    {1256, detail::singleByteToWide<1256>, detail::singleByteFromWide<1256>},
+    {1257, detail::singleByteToWide<1257>, detail::singleByteFromWide<1257>},
+    {1258, detail::singleByteToWide<1258>, detail::singleByteFromWide<1258>},
 };
 
 constexpr unsigned kDefaultAnsiCodePage = 1252;
@@ -41,10 +54,7 @@ const Codec* findCodec(unsigned codePage) noexcept {
   return nullptr;
 }
 
-bool canBeAnsi(unsigned codePage) noexcept {
-  const Codec* const codec = findCodec(codePage);
-  return codec != nullptr && codec->canBeAnsi;
-}
+bool canBeAnsi(unsigned codePage) noexcept { return findCodec(codePage) != nullptr; }
 
 std::atomic<unsigned> gAnsiCodePage{kDefaultAnsiCodePage};
 std::atomic<bool> gEnvironmentRead{false};

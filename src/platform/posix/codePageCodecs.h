@@ -1,5 +1,6 @@
 // The per-code-page converters behind the POSIX multiByteToWide and wideToMultiByte: one
-// pair of functions for each supported code page. Argument checks, the ANSI code page and
+// pair of functions for each supported code page (a template instance for the table-driven
+// ones). Argument checks, the ANSI code page and
 // the last error are left to codePage.cpp.
 #ifndef MLIB_SRC_PLATFORM_POSIX_CODEPAGECODECS_H
 #define MLIB_SRC_PLATFORM_POSIX_CODEPAGECODECS_H
@@ -34,15 +35,21 @@ using ToWideFn = Converted (*)(const unsigned char* src, std::size_t byteCount, 
 using FromWideFn = Converted (*)(const WideChar* src, std::size_t unitCount, unsigned char* dst,
                                  std::size_t room) noexcept;
 
-[[nodiscard]] Converted cp1252ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
-                                     std::size_t room) noexcept;
-[[nodiscard]] Converted cp1252FromWide(const WideChar* src, std::size_t unitCount,
-                                       unsigned char* dst, std::size_t room) noexcept;
+// The pages of one byte per character (874, 1250 to 1258), codePageSingleByte.cpp.
+template <unsigned kCodePage>
+[[nodiscard]] Converted singleByteToWide(const unsigned char* src, std::size_t byteCount,
+                                         WideChar* dst, std::size_t room) noexcept;
+template <unsigned kCodePage>
+[[nodiscard]] Converted singleByteFromWide(const WideChar* src, std::size_t unitCount,
+                                           unsigned char* dst, std::size_t room) noexcept;
 
-[[nodiscard]] Converted cp936ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
-                                    std::size_t room) noexcept;
-[[nodiscard]] Converted cp936FromWide(const WideChar* src, std::size_t unitCount,
-                                      unsigned char* dst, std::size_t room) noexcept;
+// The pages of one or two bytes per character (932, 936, 949, 950), codePageDoubleByte.cpp.
+template <unsigned kCodePage>
+[[nodiscard]] Converted doubleByteToWide(const unsigned char* src, std::size_t byteCount,
+                                         WideChar* dst, std::size_t room) noexcept;
+template <unsigned kCodePage>
+[[nodiscard]] Converted doubleByteFromWide(const WideChar* src, std::size_t unitCount,
+                                           unsigned char* dst, std::size_t room) noexcept;
 
 [[nodiscard]] Converted utf8ToWide(const unsigned char* src, std::size_t byteCount, WideChar* dst,
                                    std::size_t room) noexcept;
@@ -107,6 +114,42 @@ constexpr std::size_t kBlockUnits = 4;
   unsigned mask = 0;
   for (unsigned i = 0; i < kBlockBytes; ++i) mask |= unsigned{(src[i] & 0xE0) == 0x80} << i;
   return mask;
+#endif
+}
+
+// Bit i set where byte i of the block is C0 or above.
+[[nodiscard]] inline unsigned topQuarterBytes(const unsigned char* src) noexcept {
+#if defined(__SSE2__)
+  // As signed bytes, C0-FF are -64 to -1.
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(v, _mm_set1_epi8(-65))) &
+                               _mm_movemask_epi8(v));
+#else
+  unsigned mask = 0;
+  for (unsigned i = 0; i < kBlockBytes; ++i) mask |= unsigned{src[i] >= 0xC0} << i;
+  return mask;
+#endif
+}
+
+// Widens the block's bytes to units, one for one, adding `shift` to the units of the bytes
+// C0 and above.
+inline void widenBlockShiftingTopQuarter(const unsigned char* src, WideChar* dst,
+                                         WideChar shift) noexcept {
+#if defined(__SSE2__)
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i top = _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(-65)), _mm_cmplt_epi8(v, zero));
+  const __m128i shifts = _mm_set1_epi16(static_cast<short>(shift));
+  const __m128i low =
+      _mm_add_epi16(_mm_unpacklo_epi8(v, zero), _mm_and_si128(_mm_unpacklo_epi8(top, top), shifts));
+  const __m128i high =
+      _mm_add_epi16(_mm_unpackhi_epi8(v, zero), _mm_and_si128(_mm_unpackhi_epi8(top, top), shifts));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), low);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), high);
+#else
+  for (std::size_t i = 0; i < kBlockBytes; ++i) {
+    dst[i] = static_cast<WideChar>(src[i] >= 0xC0 ? src[i] + shift : src[i]);
+  }
 #endif
 }
 

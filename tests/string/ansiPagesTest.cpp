@@ -1,0 +1,54 @@
+// String's ANSI text through every code page that can be the ANSI code page: text made from
+// narrow bytes and turned back (toAnsi, GetAnsiLength, std::string) is never cut, UTF-8's
+// three- and four-byte characters included. Where the ANSI code page cannot be chosen
+// (Windows), only the active one is tried.
+#include <gtest/gtest.h>
+#include <mlib/string.h>
+#include <mlib/text.h>
+
+#include <string>
+#include <vector>
+
+#include "ansiPageSamples.h"
+#include "platform/codePage.h"
+
+using mlib::String;
+using mlib::WideChar;
+
+namespace {
+
+// The page's own bytes for text, from the converter the code page tests check line by line.
+std::string bytesIn(unsigned codePage, const WideChar* text) {
+  const int need = mlib::platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
+  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
+  (void)mlib::platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
+  return std::string(bytes.data());
+}
+
+TEST(StringAnsiPages, TextGoesThroughEveryAnsiPageWhole) {
+  int tried = 0;
+  for (const auto& sample : mlib::test::kAnsiPageSamples) {
+    SCOPED_TRACE(sample.codePage);
+    const unsigned previous = GetAnsiCodePage();
+    if (previous != sample.codePage && !SetAnsiCodePage(sample.codePage)) continue;
+    ++tried;
+    const std::string bytes = bytesIn(sample.codePage, sample.text);
+    ASSERT_FALSE(bytes.empty());
+
+    const String wide(sample.text);
+    EXPECT_STREQ(wide.toAnsi(), bytes.c_str());
+    EXPECT_EQ(wide.GetAnsiLength(), static_cast<int>(bytes.size()));
+    EXPECT_EQ(std::string(wide), bytes);
+    EXPECT_TRUE(String(bytes.c_str()) == sample.text);
+    EXPECT_TRUE(String(bytes) == sample.text);
+    // A text long enough that any shortfall of the buffer shows.
+    String longer(sample.text);
+    for (int i = 0; i < 6; ++i) longer += longer;
+    EXPECT_EQ(std::string(longer.toAnsi()).size(), bytes.size() * 64);
+    EXPECT_TRUE(String(longer.toAnsi()) == longer);
+    ASSERT_TRUE(SetAnsiCodePage(previous) || previous == sample.codePage);
+  }
+  EXPECT_GE(tried, 1) << "no sample for the active ANSI code page " << GetAnsiCodePage();
+}
+
+}  // namespace

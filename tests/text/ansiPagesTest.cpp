@@ -1,0 +1,60 @@
+// The free conversions that pass through the ANSI code page, under every code page that can
+// be the ANSI code page: their ANSI temporaries hold the whole text, UTF-8's three-byte
+// characters included, while GetStringHashCodeT keeps its cut of one byte per character.
+// Where the ANSI code page cannot be chosen (Windows), only the active one is tried.
+#include <gtest/gtest.h>
+#include <mlib/text.h>
+
+#include <string>
+#include <vector>
+
+#include "ansiCodePageScope.h"
+#include "ansiPageSamples.h"
+#include "platform/codePage.h"
+
+using mlib::WideChar;
+
+namespace {
+
+using WideString = std::basic_string<WideChar>;
+
+std::string bytesIn(unsigned codePage, const WideChar* text) {
+  const int need = mlib::platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
+  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
+  (void)mlib::platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
+  return std::string(bytes.data());
+}
+
+TEST(AnsiPages, TripsThroughTheAnsiPageKeepTheTextWhole) {
+  int tried = 0;
+  for (const auto& sample : mlib::test::kAnsiPageSamples) {
+    SCOPED_TRACE(sample.codePage);
+    AnsiCodePageScope scope(sample.codePage);
+    if (!scope.active) continue;
+    ++tried;
+    const std::string utf8 = bytesIn(mlib::platform::kUtf8CodePage, sample.text);
+    const std::string ansi = bytesIn(sample.codePage, sample.text);
+    std::vector<char> narrow(utf8.size() + 8, '~');
+    ASSERT_EQ(T2U8(narrow.data(), sample.text, static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), utf8);
+    std::vector<WideChar> wide(utf8.size() + 8, '~');
+    ASSERT_EQ(U82T(wide.data(), utf8.c_str(), static_cast<int>(wide.size())), wide.data());
+    EXPECT_EQ(WideString(wide.data()), WideString(sample.text));
+    narrow.assign(ansi.size() + 1, '~');
+    ASSERT_EQ(U82A(narrow.data(), utf8.c_str(), static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), ansi);
+    narrow.assign(utf8.size() + 1, '~');
+    ASSERT_EQ(A2U8(narrow.data(), ansi.c_str(), static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), utf8);
+  }
+  EXPECT_GE(tried, 1) << "no sample for the active ANSI code page " << GetAnsiCodePage();
+}
+
+TEST(AnsiPages, WideHashKeepsOneByteOfRoomPerCharacterInUtf8) {
+  MLIB_USE_ANSI_CODE_PAGE(65001);
+  // Three units give three bytes of room and two of text: é (two bytes) fits, 中 does not.
+  EXPECT_EQ(GetStringHashCodeT(MLIB_T("\u00E9\u4E2D")), GetStringHashCode("\xC3\xA9"));
+  EXPECT_EQ(GetStringHashCodeT(MLIB_T("\u4E2D\u6587")), GetStringHashCode(""));
+}
+
+}  // namespace
