@@ -26,7 +26,7 @@ using mlib::MxMap;
 using mlib::String;
 using mlib::SyncMap;
 
-constexpr int kMapEntries = 1000000;
+constexpr int kMapEntries = 100000;
 // Longer than the standard string's inline buffer, so both sides allocate per value.
 const mlib::WideChar kValueText[] = MLIB_T("registry message text");
 

@@ -100,7 +100,6 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
     NODE* left = nullptr;    // subtree of smaller hashes
     NODE* right = nullptr;   // subtree of larger (or, after a repeat, equal) hashes
     int colour = 0;          // 0 black, 1 red
-    std::uint32_t hash = 0;  // hashKey(key), kept with the key so searches never rehash
   };
 
   // One record of the tree drawing (and of its work queue).
@@ -195,9 +194,14 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   }
   static int colourOf(const NODE* node) noexcept { return node != nullptr ? node->colour : kBlack; }
 
-  // The entry with hash h nearest the root, or the leaf where the search ended.
-  NODE* findByHash(std::uint32_t h) const noexcept;
-  NODE* findEntry(const K& key) const;
+  // The entry with hash h nearest the root, or the leaf where the search ended. Each key on
+  // the way is hashed once, when it is met.
+  NODE* findByHash(std::uint32_t h) const;
+  // The search by key of ContainsKey, Remove, LookupPtr, Lookup and SetAt: key (and, when
+  // given, value) copied into a red probe node with CopyPair, then FindNode. The probe lives
+  // on the stack, so a search allocates nothing beyond what copying the key takes, and the
+  // caller's key is only read. The entry found, or null.
+  NODE* findEntry(const K& key, const V* value = nullptr) const;
   // A new entry of the given colour with a new black right leaf, and a new left leaf too
   // when bothLeaves is true; null when out of memory.
   NODE* makeEntry(int colour, bool bothLeaves) const;
@@ -314,7 +318,7 @@ V* MxMap<K, V>::LookupPtr(const K& key) {
 template <typename K, typename V>
 bool MxMap<K, V>::Lookup(K& key, V& value, bool remove) {
   if (count_ == 0) return false;
-  NODE* entry = findEntry(key);
+  NODE* entry = findEntry(key, &value);
   if (entry == nullptr) return false;
   this->CopyPair(key, value, entry->key, entry->value);
   if (remove) (void)removeEntry(entry);
@@ -324,7 +328,7 @@ bool MxMap<K, V>::Lookup(K& key, V& value, bool remove) {
 template <typename K, typename V>
 bool MxMap<K, V>::SetAt(const K& key, const V& value) {
   if (count_ == 0) return false;
-  NODE* entry = findEntry(key);
+  NODE* entry = findEntry(key, &value);
   if (entry == nullptr) return false;
   // The new key has the entry's hash (that is how it was found), so the order holds.
   this->CopyPair(entry->key, entry->value, key, value);
@@ -374,7 +378,6 @@ bool MxMap<K, V>::AddEntry(const K& key, const V& value) {
   if (node == nullptr) return false;
   try {
     this->CopyPair(node->key, node->value, key, value);
-    node->hash = this->hashKey(node->key);
   } catch (...) {
     delete node;
     throw;
@@ -432,9 +435,14 @@ void MxMap<K, V>::InsertNode(NODE* node) {
     root_ = node;
     return;
   }
-  // The search of FindNode, going on to the right past entries of equal hash.
-  NODE* leaf = root_;
-  while (isEntry(leaf)) leaf = node->hash < leaf->hash ? leaf->left : leaf->right;
+  // The search of FindNode; past an entry of equal hash it goes on to the right.
+  NODE* leaf = FindNode(node);
+  if (leaf == nullptr) return;
+  if (isEntry(leaf)) {
+    const std::uint32_t h = this->hashKey(node->key);
+    leaf = leaf->right;
+    while (isEntry(leaf)) leaf = h < this->hashKey(leaf->key) ? leaf->left : leaf->right;
+  }
   NODE* parent = leaf->parent;
   node->parent = parent;
   if (parent == nullptr) {
@@ -539,7 +547,6 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::DeleteNode(NODE* node, int* removedColo
   NODE* y = z->right;
   while (isEntry(y->left)) y = y->left;
   this->CopyPair(z->key, z->value, y->key, y->value);
-  z->hash = y->hash;
   if (removedColour != nullptr) *removedColour = y->colour;
   NODE* standing;
   if (isLeaf(y->left) && isLeaf(y->right)) {
@@ -649,12 +656,13 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::GetNextNode() {
 }
 
 template <typename K, typename V>
-typename MxMap<K, V>::NODE* MxMap<K, V>::findByHash(std::uint32_t h) const noexcept {
+typename MxMap<K, V>::NODE* MxMap<K, V>::findByHash(std::uint32_t h) const {
   NODE* node = root_;
   while (isEntry(node)) {
-    if (h < node->hash) {
+    const std::uint32_t nodeHash = this->hashKey(node->key);
+    if (h < nodeHash) {
       node = node->left;
-    } else if (h == node->hash) {
+    } else if (h == nodeHash) {
       return node;
     } else {
       node = node->right;
@@ -664,8 +672,11 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::findByHash(std::uint32_t h) const noexc
 }
 
 template <typename K, typename V>
-typename MxMap<K, V>::NODE* MxMap<K, V>::findEntry(const K& key) const {
-  NODE* node = findByHash(this->hashKey(key));
+typename MxMap<K, V>::NODE* MxMap<K, V>::findEntry(const K& key, const V* value) const {
+  NODE probe;
+  probe.colour = kRed;
+  this->CopyPair(probe.key, probe.value, key, value != nullptr ? *value : probe.value);
+  NODE* node = FindNode(&probe);
   return isEntry(node) ? node : nullptr;
 }
 
