@@ -13,12 +13,103 @@
 #include <mlib/string.h>
 #include <mlib/text.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <initializer_list>
+#include <new>
 #include <string>
 #include <type_traits>
 
 namespace mlib {
+namespace detail {
+
+// Storage for the nodes of one map: slots of one size carved from blocks taken with malloc,
+// a released slot kept for the next node. A map makes and drops two or three nodes per
+// entry (the entry and its black leaves), so this replaces most calls to the heap by a few
+// pointer moves, and keeps an entry, its leaves and its neighbours close together in memory.
+// Slots start on cache-line boundaries: a node of 64 bytes (MxMap<int, String> on 64-bit
+// systems) fills one line. The blocks go back to the heap when the pool is emptied (the map
+// emptied or destroyed); until then released slots are only reused. Not thread-safe: it
+// belongs to one map and is used only inside that map's operations.
+class NodePool {
+ public:
+  explicit NodePool(std::size_t nodeSize) noexcept : slotSize_(slotSizeFor(nodeSize)) {}
+  NodePool(const NodePool&) = delete;
+  NodePool& operator=(const NodePool&) = delete;
+  ~NodePool() { ReleaseAll(); }
+
+  // Room for one node; null when the heap is exhausted.
+  void* Allocate() noexcept {
+    if (free_ != nullptr) {
+      FreeSlot* slot = free_;
+      free_ = slot->next;
+      return slot;
+    }
+    if (next_ == end_ && !grow()) return nullptr;
+    void* slot = next_;
+    next_ += slotSize_;
+    return slot;
+  }
+  // Takes back a slot of this pool whose node has been destroyed.
+  void Release(void* slot) noexcept {
+    auto* freed = static_cast<FreeSlot*>(slot);
+    freed->next = free_;
+    free_ = freed;
+  }
+  // Returns every block to the heap. Every node must have been destroyed first.
+  void ReleaseAll() noexcept {
+    while (blocks_ != nullptr) {
+      Block* block = blocks_;
+      blocks_ = block->next;
+      std::free(block);
+    }
+    free_ = nullptr;
+    next_ = end_ = nullptr;
+    slotsPerBlock_ = kFirstBlockSlots;
+  }
+
+ private:
+  static constexpr std::size_t kLine = 64;
+  static constexpr std::size_t kFirstBlockSlots = 8;
+  static constexpr std::size_t kMostBlockSlots = 1024;
+  struct FreeSlot {
+    FreeSlot* next;
+  };
+  struct Block {
+    Block* next;
+  };
+
+  // Nodes of more than half a line get whole lines; smaller ones are packed.
+  static constexpr std::size_t slotSizeFor(std::size_t nodeSize) noexcept {
+    const std::size_t unit = nodeSize > kLine / 2 ? kLine : alignof(std::max_align_t);
+    return (nodeSize + unit - 1) / unit * unit;
+  }
+
+  // A new block, each twice the last up to kMostBlockSlots slots.
+  bool grow() noexcept {
+    const std::size_t bytes = kLine + slotsPerBlock_ * slotSize_ + kLine;
+    auto* block = static_cast<Block*>(std::malloc(bytes));
+    if (block == nullptr) return false;
+    block->next = blocks_;
+    blocks_ = block;
+    const auto first = (reinterpret_cast<std::uintptr_t>(block) + sizeof(Block) + kLine - 1) /
+                       kLine * kLine;
+    next_ = reinterpret_cast<char*>(block) + (first - reinterpret_cast<std::uintptr_t>(block));
+    end_ = next_ + slotsPerBlock_ * slotSize_;
+    if (slotsPerBlock_ < kMostBlockSlots) slotsPerBlock_ *= 2;
+    return true;
+  }
+
+  std::size_t slotSize_;                     // see slotSizeFor
+  FreeSlot* free_ = nullptr;                 // released slots, last released first
+  char* next_ = nullptr;                     // the next slot never handed out, or end_
+  char* end_ = nullptr;                      // past the last slot of the newest block
+  Block* blocks_ = nullptr;                  // every block, newest first
+  std::size_t slotsPerBlock_ = kFirstBlockSlots;
+};
+
+}  // namespace detail
 
 // A container of key/value pairs: the membership test and the two pair operations.
 template <typename K, typename V>
@@ -86,8 +177,9 @@ template <typename K, typename V>
 class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
  public:
   // One tree node: an entry (two children) or a leaf (no children, black, holds no entry).
-  // Made with key and value value-initialised. Destroying a node detaches it from its
-  // parent, then destroys its children.
+  // Made with key and value value-initialised. A map makes its nodes in its own pool and
+  // destroys them itself, each subtree bottom-up; a node's destructor detaches it from its
+  // parent. The tree operations take only nodes the map made.
   struct NODE : public MxObject {
     NODE() = default;
     ~NODE() override;
@@ -202,9 +294,16 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   // on the stack, so a search allocates nothing beyond what copying the key takes, and the
   // caller's key is only read. The entry found, or null.
   NODE* findEntry(const K& key, const V* value = nullptr) const;
+  // A new node of the pool (black, no links); null when out of memory.
+  NODE* newNode() noexcept {
+    void* slot = pool_.Allocate();
+    return slot != nullptr ? new (slot) NODE : nullptr;
+  }
+  // Destroys node and its subtree, bottom-up, and gives their slots back to the pool.
+  void destroyNode(NODE* node) noexcept;
   // A new entry of the given colour with a new black right leaf, and a new left leaf too
   // when bothLeaves is true; null when out of memory.
-  NODE* makeEntry(int colour, bool bothLeaves) const;
+  NODE* makeEntry(int colour, bool bothLeaves);
   // child takes node's place under node's parent (or as the top of the tree).
   static void replaceInParent(NODE* node, NODE* child) noexcept;
   // node's right child when `right`, else its left one. The fix-ups are written once for a
@@ -226,6 +325,8 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   int state_ = 0;           // iteration phase: 0 descending, 1 left subtree done while a
                             // right subtree is to come, 3 ascending, 4 the single entry of
                             // a one-entry map answered
+  detail::NodePool pool_{sizeof(NODE)};  // where the nodes live
+  static_assert(alignof(NODE) <= 64, "nodes start on cache-line boundaries");
 };
 
 // ---- Implementation ----------------------------------------------------------------------
@@ -276,8 +377,6 @@ MxMap<K, V>::NODE::~NODE() {
       parent->right = nullptr;
     }
   }
-  delete left;
-  delete right;
 }
 
 template <typename K, typename V>
@@ -379,7 +478,7 @@ bool MxMap<K, V>::AddEntry(const K& key, const V& value) {
   try {
     this->CopyPair(node->key, node->value, key, value);
   } catch (...) {
-    delete node;
+    destroyNode(node);
     throw;
   }
   if (root_ == nullptr) {
@@ -394,20 +493,8 @@ bool MxMap<K, V>::AddEntry(const K& key, const V& value) {
 
 template <typename K, typename V>
 void MxMap<K, V>::DestroyTree() {
-  // Down to a node without children, delete it (its destructor unhooks it from its
-  // parent), step back up, repeat: every node once, no recursion.
-  NODE* node = root_;
-  while (node != nullptr) {
-    if (node->left != nullptr) {
-      node = node->left;
-    } else if (node->right != nullptr) {
-      node = node->right;
-    } else {
-      NODE* parent = node->parent;
-      delete node;
-      node = parent;
-    }
-  }
+  if (root_ != nullptr) destroyNode(root_);
+  pool_.ReleaseAll();
   root_ = nullptr;
   count_ = 0;
   cursor_ = nullptr;
@@ -681,13 +768,36 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::findEntry(const K& key, const V* value)
 }
 
 template <typename K, typename V>
-typename MxMap<K, V>::NODE* MxMap<K, V>::makeEntry(int colour, bool bothLeaves) const {
-  NODE* node = new NODE;  // MxObject's operator new: null when the heap is exhausted
+void MxMap<K, V>::destroyNode(NODE* node) noexcept {
+  // Down to a node without children, destroy it (its destructor unhooks it from its
+  // parent), step back up, repeat until node itself is gone: no recursion.
+  NODE* n = node;
+  for (;;) {
+    if (n->left != nullptr) {
+      n = n->left;
+    } else if (n->right != nullptr) {
+      n = n->right;
+    } else {
+      NODE* parent = n->parent;
+      const bool done = n == node;
+      n->~NODE();
+      pool_.Release(n);
+      if (done) return;
+      n = parent;
+    }
+  }
+}
+
+template <typename K, typename V>
+typename MxMap<K, V>::NODE* MxMap<K, V>::makeEntry(int colour, bool bothLeaves) {
+  NODE* node = newNode();
   if (node == nullptr) return nullptr;
-  node->right = new NODE;
-  if (bothLeaves) node->left = new NODE;
+  node->right = newNode();
+  if (bothLeaves) node->left = newNode();
   if (node->right == nullptr || (bothLeaves && node->left == nullptr)) {
-    delete node;  // takes whichever leaf was made with it
+    if (node->right != nullptr) node->right->parent = node;
+    if (node->left != nullptr) node->left->parent = node;
+    destroyNode(node);  // with whichever leaf was made with it
     return nullptr;
   }
   node->right->parent = node;
@@ -715,7 +825,7 @@ void MxMap<K, V>::rotate(NODE* x, bool right) {
   replaceInParent(x, y);
   for (NODE** leaf : {&y->left, &y->right}) {
     if (*leaf != nullptr) continue;
-    *leaf = new NODE;
+    *leaf = newNode();
     if (*leaf != nullptr) (*leaf)->parent = y;
   }
   NODE* moved = childOn(y, !right);
@@ -731,7 +841,10 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::removeEntry(NODE* z) {
   NODE* standing = DeleteNode(z, &removedColour);
   DeleteFixup(standing, removedColour);
   if (count_ != 0) --count_;
-  if (root_ == nullptr) count_ = 0;
+  if (root_ == nullptr) {
+    count_ = 0;
+    pool_.ReleaseAll();  // the last entry is gone, and with it every node
+  }
   return standing;
 }
 
@@ -740,7 +853,7 @@ void MxMap<K, V>::destroyDetached(NODE* node, NODE* cursorFallback) noexcept {
   if (cursor_ != nullptr && (cursor_ == node || cursor_ == node->left || cursor_ == node->right)) {
     cursor_ = cursorFallback;
   }
-  delete node;
+  destroyNode(node);
 }
 
 }  // namespace mlib
