@@ -13,103 +13,13 @@
 #include <mlib/string.h>
 #include <mlib/text.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <initializer_list>
 #include <new>
 #include <string>
 #include <type_traits>
 
 namespace mlib {
-namespace detail {
-
-// Storage for the nodes of one map: slots of one size carved from blocks taken with malloc,
-// a released slot kept for the next node. A map makes and drops two or three nodes per
-// entry (the entry and its black leaves), so this replaces most calls to the heap by a few
-// pointer moves, and keeps an entry, its leaves and its neighbours close together in memory.
-// Slots start on cache-line boundaries: a node of 64 bytes (MxMap<int, String> on 64-bit
-// systems) fills one line. The blocks go back to the heap when the pool is emptied (the map
-// emptied or destroyed); until then released slots are only reused. Not thread-safe: it
-// belongs to one map and is used only inside that map's operations.
-class NodePool {
- public:
-  explicit NodePool(std::size_t nodeSize) noexcept : slotSize_(slotSizeFor(nodeSize)) {}
-  NodePool(const NodePool&) = delete;
-  NodePool& operator=(const NodePool&) = delete;
-  ~NodePool() { ReleaseAll(); }
-
-  // Room for one node; null when the heap is exhausted.
-  void* Allocate() noexcept {
-    if (free_ != nullptr) {
-      FreeSlot* slot = free_;
-      free_ = slot->next;
-      return slot;
-    }
-    if (next_ == end_ && !grow()) return nullptr;
-    void* slot = next_;
-    next_ += slotSize_;
-    return slot;
-  }
-  // Takes back a slot of this pool whose node has been destroyed.
-  void Release(void* slot) noexcept {
-    auto* freed = static_cast<FreeSlot*>(slot);
-    freed->next = free_;
-    free_ = freed;
-  }
-  // Returns every block to the heap. Every node must have been destroyed first.
-  void ReleaseAll() noexcept {
-    while (blocks_ != nullptr) {
-      Block* block = blocks_;
-      blocks_ = block->next;
-      std::free(block);
-    }
-    free_ = nullptr;
-    next_ = end_ = nullptr;
-    slotsPerBlock_ = kFirstBlockSlots;
-  }
-
- private:
-  static constexpr std::size_t kLine = 64;
-  static constexpr std::size_t kFirstBlockSlots = 8;
-  static constexpr std::size_t kMostBlockSlots = 1024;
-  struct FreeSlot {
-    FreeSlot* next;
-  };
-  struct Block {
-    Block* next;
-  };
-
-  // Nodes of more than half a line get whole lines; smaller ones are packed.
-  static constexpr std::size_t slotSizeFor(std::size_t nodeSize) noexcept {
-    const std::size_t unit = nodeSize > kLine / 2 ? kLine : alignof(std::max_align_t);
-    return (nodeSize + unit - 1) / unit * unit;
-  }
-
-  // A new block, each twice the last up to kMostBlockSlots slots.
-  bool grow() noexcept {
-    const std::size_t bytes = kLine + slotsPerBlock_ * slotSize_ + kLine;
-    auto* block = static_cast<Block*>(std::malloc(bytes));
-    if (block == nullptr) return false;
-    block->next = blocks_;
-    blocks_ = block;
-    const auto first = (reinterpret_cast<std::uintptr_t>(block) + sizeof(Block) + kLine - 1) /
-                       kLine * kLine;
-    next_ = reinterpret_cast<char*>(block) + (first - reinterpret_cast<std::uintptr_t>(block));
-    end_ = next_ + slotsPerBlock_ * slotSize_;
-    if (slotsPerBlock_ < kMostBlockSlots) slotsPerBlock_ *= 2;
-    return true;
-  }
-
-  std::size_t slotSize_;                     // see slotSizeFor
-  FreeSlot* free_ = nullptr;                 // released slots, last released first
-  char* next_ = nullptr;                     // the next slot never handed out, or end_
-  char* end_ = nullptr;                      // past the last slot of the newest block
-  Block* blocks_ = nullptr;                  // every block, newest first
-  std::size_t slotsPerBlock_ = kFirstBlockSlots;
-};
-
-}  // namespace detail
 
 // A container of key/value pairs: the membership test and the two pair operations.
 template <typename K, typename V>
