@@ -92,19 +92,19 @@ class NodePool {
     if (block == nullptr) return false;
     block->next = blocks_;
     blocks_ = block;
-    const auto first = (reinterpret_cast<std::uintptr_t>(block) + sizeof(Block) + kLine - 1) /
-                       kLine * kLine;
+    const auto first =
+        (reinterpret_cast<std::uintptr_t>(block) + sizeof(Block) + kLine - 1) / kLine * kLine;
     next_ = reinterpret_cast<char*>(block) + (first - reinterpret_cast<std::uintptr_t>(block));
     end_ = next_ + slotsPerBlock_ * slotSize_;
     if (slotsPerBlock_ < kMostBlockSlots) slotsPerBlock_ *= 2;
     return true;
   }
 
-  std::size_t slotSize_;                     // see slotSizeFor
-  FreeSlot* free_ = nullptr;                 // released slots, last released first
-  char* next_ = nullptr;                     // the next slot never handed out, or end_
-  char* end_ = nullptr;                      // past the last slot of the newest block
-  Block* blocks_ = nullptr;                  // every block, newest first
+  std::size_t slotSize_;      // see slotSizeFor
+  FreeSlot* free_ = nullptr;  // released slots, last released first
+  char* next_ = nullptr;      // the next slot never handed out, or end_
+  char* end_ = nullptr;       // past the last slot of the newest block
+  Block* blocks_ = nullptr;   // every block, newest first
   std::size_t slotsPerBlock_ = kFirstBlockSlots;
 };
 

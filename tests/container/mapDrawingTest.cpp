@@ -78,9 +78,9 @@ TEST(MapDrawing, AfterRemovalsWorkedByHand) {
   MxMap<String, int> texts;
   for (const WideChar* k : {MLIB_T("a"), MLIB_T("b"), MLIB_T("c")}) texts.Add(String(k), 1);
   ASSERT_TRUE(texts.Remove(String(MLIB_T("b"))));
-  EXPECT_EQ(TextOf(texts.PrintToString()),
-            Spaces(11) + MLIB_T("(c,b)\r\n") + Spaces(4) + MLIB_T("(a,r)") + Hyphens(8) +
-                MLIB_T("(c,b)\r\n") + MLIB_T("(nil,b)(nil,b)\r\n"));
+  EXPECT_EQ(TextOf(texts.PrintToString()), Spaces(11) + MLIB_T("(c,b)\r\n") + Spaces(4) +
+                                               MLIB_T("(a,r)") + Hyphens(8) + MLIB_T("(c,b)\r\n") +
+                                               MLIB_T("(nil,b)(nil,b)\r\n"));
 
   // 1..6 less 1, then less 5: 4b(2b(leaf, 3r), 6b).
   // Removing 1 (black, both children leaves) makes it a leaf; the fix-up rotates at 2 so

@@ -1,16 +1,15 @@
 // MxMap searches by key (ContainsKey, Remove, LookupPtr, Lookup, SetAt): each copies the key
 // into a probe node with CopyPair and asks FindNode, so the search sees the key as the map
 // would store it, overrides of both are honoured, and the caller's key is only read.
-#include <mlib/containers.h>
-
-#include "container/containerTestUtil.h"
-#include "text/ansiCodePageScope.h"
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <cstring>
 #include <thread>
 #include <vector>
+
+#include "container/containerTestUtil.h"
+#include "text/ansiCodePageScope.h"
 
 namespace mlib {
 namespace {
@@ -88,8 +87,8 @@ class ModuloKeyMap : public MxMap<int, int> {
     ++finds;
     probeKey = probe->key;
     probeValue = probe->value;
-    probeIsBareRed = probe->colour == kRed && probe->left == nullptr &&
-                     probe->right == nullptr && probe->parent == nullptr;
+    probeIsBareRed = probe->colour == kRed && probe->left == nullptr && probe->right == nullptr &&
+                     probe->parent == nullptr;
     return MxMap::FindNode(probe);
   }
   mutable int copies = 0;

@@ -4,9 +4,8 @@
 // clang and MinGW-w64 follow: a virtual member's pointer holds 1 + its byte offset in the
 // virtual table; the destructor takes the two entries 0 and 1, so a slot s >= 1 of the list
 // of operations is entry s + 1).
-#include <mlib/containers.h>
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <cstddef>
 #include <cstdint>
