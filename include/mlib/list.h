@@ -16,6 +16,19 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+
+// Under AddressSanitizer the node pools mark the slots they hold as unusable, so that a
+// node used after its container destroyed it is still reported, as it would be on the heap.
+#if defined(__SANITIZE_ADDRESS__)
+#define MLIB_NODE_POOL_POISONS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define MLIB_NODE_POOL_POISONS 1
+#endif
+#endif
+#ifdef MLIB_NODE_POOL_POISONS
+#include <sanitizer/asan_interface.h>
+#endif
 #include <type_traits>
 #include <utility>
 
@@ -42,12 +55,14 @@ class NodePool {
   void* Allocate() noexcept {
     if (free_ != nullptr) {
       FreeSlot* slot = free_;
+      markUsable(slot, slotSize_);
       free_ = slot->next;
       return slot;
     }
     if (next_ == end_ && !grow()) return nullptr;
     void* slot = next_;
     next_ += slotSize_;
+    markUsable(slot, slotSize_);
     return slot;
   }
   // Takes back a slot of this pool whose node has been destroyed.
@@ -55,11 +70,13 @@ class NodePool {
     auto* freed = static_cast<FreeSlot*>(slot);
     freed->next = free_;
     free_ = freed;
+    markUnusable(slot, slotSize_);
   }
   // Returns every block to the heap. Every node must have been destroyed first.
   void ReleaseAll() noexcept {
     while (blocks_ != nullptr) {
       Block* block = blocks_;
+      markUsable(block, block->bytes);
       blocks_ = block->next;
       std::free(block);
     }
@@ -77,7 +94,25 @@ class NodePool {
   };
   struct Block {
     Block* next;
+    std::size_t bytes;  // of the whole block, this header included
   };
+
+  static void markUsable(void* at, std::size_t bytes) noexcept {
+#ifdef MLIB_NODE_POOL_POISONS
+    ASAN_UNPOISON_MEMORY_REGION(at, bytes);
+#else
+    (void)at;
+    (void)bytes;
+#endif
+  }
+  static void markUnusable(void* at, std::size_t bytes) noexcept {
+#ifdef MLIB_NODE_POOL_POISONS
+    ASAN_POISON_MEMORY_REGION(at, bytes);
+#else
+    (void)at;
+    (void)bytes;
+#endif
+  }
 
   // Nodes of more than half a line get whole lines; smaller ones are packed.
   static constexpr std::size_t slotSizeFor(std::size_t nodeSize) noexcept {
@@ -91,11 +126,13 @@ class NodePool {
     auto* block = static_cast<Block*>(std::malloc(bytes));
     if (block == nullptr) return false;
     block->next = blocks_;
+    block->bytes = bytes;
     blocks_ = block;
     const auto first =
         (reinterpret_cast<std::uintptr_t>(block) + sizeof(Block) + kLine - 1) / kLine * kLine;
     next_ = reinterpret_cast<char*>(block) + (first - reinterpret_cast<std::uintptr_t>(block));
     end_ = next_ + slotsPerBlock_ * slotSize_;
+    markUnusable(next_, slotsPerBlock_ * slotSize_);
     if (slotsPerBlock_ < kMostBlockSlots) slotsPerBlock_ *= 2;
     return true;
   }
