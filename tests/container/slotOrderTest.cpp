@@ -1,11 +1,13 @@
-// The order of the virtual slots of MxObject, MxList and MxMap: hosts built against the
-// library call these operations through the virtual tables, so the order is part of the
-// binary interface. Read from pointers to the virtual members (the Itanium C++ ABI that g++,
-// clang and MinGW-w64 follow: a virtual member's pointer holds 1 + its byte offset in the
-// virtual table; the destructor takes the two entries 0 and 1, so a slot s >= 1 of the list
-// of operations is entry s + 1).
+// The order of the virtual slots of MxObject, MxList, MxMap, MxException and the file
+// classes: hosts built against the library call these operations through the virtual
+// tables, so the order is part of the binary interface. Read from pointers to the virtual members
+// (the Itanium C++ ABI that g++, clang and MinGW-w64 follow: a virtual member's pointer holds 1 +
+// its byte offset in the virtual table; the destructor takes the two entries 0 and 1, so a slot s
+// >= 1 of the list of operations is entry s + 1).
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
+#include <mlib/exceptions.h>
+#include <mlib/files.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -126,6 +128,53 @@ TEST(SlotOrder, Map) {
   using S = SyncMap<int, String>;
   EXPECT_EQ(EntryOf(&S::Lookup) - EntryOf(&S::ContainsKey), 7);
   EXPECT_EQ(EntryOf(&S::MoveNext) - EntryOf(&S::ContainsKey), 24);
+}
+
+TEST(SlotOrder, ExceptionAndFile) {
+  // MxObject's five, MxBaseException's four, then MxException's four.
+  const Slots exception = {
+      {"PrintToString",
+       EntryOf(static_cast<String (MxException::*)() const>(&MxException::PrintToString))},
+      {"SetCode", EntryOf(&MxException::SetCode)},
+      {"SetLevel", EntryOf(&MxException::SetLevel)},
+      {"GetCode", EntryOf(&MxException::GetCode)},
+      {"GetLevel", EntryOf(&MxException::GetLevel)},
+      {"AddExceptionInfo", EntryOf(&MxException::AddExceptionInfo)},
+      {"RemoveExceptionInfo", EntryOf(&MxException::RemoveExceptionInfo)},
+      {"GetExceptionInfo(code)",
+       EntryOf(static_cast<String (MxException::*)(int) const>(&MxException::GetExceptionInfo))},
+      {"GetExceptionInfo()",
+       EntryOf(static_cast<String (MxException::*)() const>(&MxException::GetExceptionInfo))},
+  };
+  for (std::size_t i = 0; i < exception.size(); ++i) {  // slots 4 to 12
+    EXPECT_EQ(exception[i].second, static_cast<long>(i) + 5) << exception[i].first;
+  }
+
+  // MxFile's slots 5 to 15, then MxAsyncFileWin's 16 and 17.
+  struct Exposed : MxAsyncFileWin {
+    static long OnIoCompletionEntry() { return EntryOf(&Exposed::onIoCompletion); }
+  };
+  using F = MxAsyncFile;
+  const Slots file = {
+      {"Open", EntryOf(&F::Open)},
+      {"Read(Byte&)", EntryOf(static_cast<int (F::*)(Byte&)>(&F::Read))},
+      {"Read(void*, count)",
+       EntryOf(static_cast<unsigned int (F::*)(void*, unsigned int)>(&F::Read))},
+      {"Write(const Byte&)", EntryOf(static_cast<unsigned int (F::*)(const Byte&)>(&F::Write))},
+      {"Write(const void*, count)",
+       EntryOf(static_cast<unsigned int (F::*)(const void*, unsigned int)>(&F::Write))},
+      {"SeekToBegin", EntryOf(&F::SeekToBegin)},
+      {"SeekToEnd", EntryOf(&F::SeekToEnd)},
+      {"Seek", EntryOf(&F::Seek)},
+      {"GetLength", EntryOf(&F::GetLength)},
+      {"Flush", EntryOf(&F::Flush)},
+      {"Close", EntryOf(&F::Close)},
+      {"CancelIo", EntryOf(&F::CancelIo)},
+      {"onIoCompletion", Exposed::OnIoCompletionEntry()},
+  };
+  for (std::size_t i = 0; i < file.size(); ++i) {  // slots 5 to 17
+    EXPECT_EQ(file[i].second, static_cast<long>(i) + 6) << file[i].first;
+  }
 }
 
 }  // namespace
