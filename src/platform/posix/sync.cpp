@@ -1,6 +1,7 @@
-// The recursive lock for POSIX systems: a recursive pthread mutex plus the owner and depth
-// that let a release by a thread that does not hold the lock be refused before it reaches
-// the mutex (POSIX would answer EPERM there too, but thread checkers report the attempt).
+// The recursive lock for POSIX systems: a plain pthread mutex plus the owner and depth. The
+// owner re-enters by counting, without touching the mutex, and a release by a thread that does
+// not hold the lock is refused before it reaches the mutex. A plain mutex's fast path is
+// cheaper than a recursive one's, which would keep an owner and a count of its own.
 #if defined(_WIN32)
 #error "posix backend built for Windows"
 #endif
@@ -18,7 +19,7 @@ namespace mlib::platform {
 namespace {
 
 struct PosixRecursiveLock {
-  pthread_mutex_t mutex;
+  pthread_mutex_t mutex;               // held, once, by the owner
   std::atomic<std::uintptr_t> owner;  // pthread_self of the holding thread, 0 when free
   unsigned depth;                     // levels held by the owner; touched only by it
 };
@@ -46,11 +47,7 @@ PosixRecursiveLock* asLock(void* storage) noexcept {
 void recursiveLockInit(void* storage) noexcept {
   if (storage == nullptr) return;
   auto* lock = new (storage) PosixRecursiveLock;
-  pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-  pthread_mutex_init(&lock->mutex, &attributes);
-  pthread_mutexattr_destroy(&attributes);
+  pthread_mutex_init(&lock->mutex, nullptr);
   lock->owner.store(0, std::memory_order_relaxed);
   lock->depth = 0;
 }
@@ -62,28 +59,36 @@ void recursiveLockDestroy(void* storage) noexcept {
   lock->~PosixRecursiveLock();
 }
 
+// Only the owner ever stores its own tag, so a thread that reads its own tag holds the lock;
+// any other thread reads 0 or a foreign tag.
 void recursiveLockEnter(void* storage) noexcept {
   PosixRecursiveLock* lock = asLock(storage);
-  pthread_mutex_lock(&lock->mutex);
-  lock->owner.store(currentThreadTag(), std::memory_order_relaxed);
+  const std::uintptr_t self = currentThreadTag();
+  if (lock->owner.load(std::memory_order_relaxed) != self) {
+    pthread_mutex_lock(&lock->mutex);
+    lock->owner.store(self, std::memory_order_relaxed);
+  }
   ++lock->depth;
 }
 
 bool recursiveLockTryEnter(void* storage) noexcept {
   PosixRecursiveLock* lock = asLock(storage);
-  if (pthread_mutex_trylock(&lock->mutex) != 0) return false;
-  lock->owner.store(currentThreadTag(), std::memory_order_relaxed);
+  const std::uintptr_t self = currentThreadTag();
+  if (lock->owner.load(std::memory_order_relaxed) != self) {
+    if (pthread_mutex_trylock(&lock->mutex) != 0) return false;
+    lock->owner.store(self, std::memory_order_relaxed);
+  }
   ++lock->depth;
   return true;
 }
 
 bool recursiveLockLeave(void* storage) noexcept {
   PosixRecursiveLock* lock = asLock(storage);
-  // Only the owner ever stores its own tag, so another thread reads 0 or a foreign tag here
-  // and backs off without touching the mutex.
   if (lock->owner.load(std::memory_order_relaxed) != currentThreadTag()) return false;
-  if (--lock->depth == 0) lock->owner.store(0, std::memory_order_relaxed);
-  pthread_mutex_unlock(&lock->mutex);
+  if (--lock->depth == 0) {
+    lock->owner.store(0, std::memory_order_relaxed);
+    pthread_mutex_unlock(&lock->mutex);
+  }
   return true;
 }
 
