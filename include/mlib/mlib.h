@@ -11,5 +11,6 @@
 #include <mlib/object.h>
 #include <mlib/string.h>
 #include <mlib/text.h>
+#include <mlib/version.h>
 
 #endif  // MLIB_MLIB_H
