@@ -118,6 +118,7 @@ class IListBase : public MxContainer<T> {
 template <typename T>
 class MxList : public IListBase<T> {
  public:
+  // The list's node record (IListBase::NODE).
   using NODE = typename IListBase<T>::NODE;
 
   // An empty list.

@@ -76,6 +76,7 @@ class MLIB_API MxContainerBase : public MxObject {
   virtual unsigned GetCount() const = 0;
 
  protected:
+  // Construction, copy and assignment belong to the containers; none copies anything here.
   MxContainerBase() noexcept = default;
   MxContainerBase(const MxContainerBase& other) noexcept : MxObject(other) {}
   ~MxContainerBase() override;

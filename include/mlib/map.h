@@ -68,6 +68,7 @@ class IMapBase : public MxContainerPair<K, V> {
 template <typename K, typename V>
 class MxContainerHash : public virtual MxContainerBase {
  protected:
+  // The hash of key, by the rules above.
   static std::uint32_t hashKey(const K& key);
 };
 
@@ -110,8 +111,10 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
     String text;              // the node's label
     std::uintptr_t node = 0;  // the tree node, or kLevelMarker in the work queue
   };
+  // The work queue's end-of-level record: a node value no real node can have.
   static constexpr std::uintptr_t kLevelMarker = ~std::uintptr_t{0};
 
+  // NODE::colour values.
   static constexpr int kBlack = 0;
   static constexpr int kRed = 1;
 

@@ -78,6 +78,7 @@ class MLIB_API MxObject {
 template <typename T>
 class MLIB_API MakeFinal : public MxObject {
  public:
+  // Copy construction and assignment, as said above.
   MakeFinal(const MakeFinal& other) noexcept : MxObject(other) {}
   MakeFinal& operator=(const MakeFinal&) noexcept { return *this; }
 

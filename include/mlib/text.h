@@ -154,6 +154,7 @@ MLIB_API long long Divide(long long dividend, long long divisor);
 
 // ---- Hashes (null text gives -1) ------------------------------------------------------
 
+// The 131 hash of the bytes of text: h = h * 131 + byte (signed), kept to 31 bits.
 MLIB_API int GetStringHashCode(const char* text);
 // GetStringHashCode of the text converted to the ANSI code page.
 MLIB_API int GetStringHashCodeT(const MlibWideChar* text);
