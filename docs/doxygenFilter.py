@@ -15,6 +15,7 @@ import sys
 
 KEPT_COMMANDS = re.compile(r'\\file\b')
 DOC = re.compile(r'^(\s*)(///<?)(.*)$')
+ACCESS_LABEL = re.compile(r'^(public|protected|private)\s*:\s*$')
 SCOPE_WORDS = re.compile(r'\b(namespace|class|struct|union|enum)\b|extern\s+"')
 
 
@@ -82,6 +83,11 @@ def main():
                     pending = (pending or []) + [escape(match.group(3)).strip()]
                 print(line)
                 continue
+            if not in_statement and ACCESS_LABEL.match(stripped):
+                group = None
+                pending = None
+                print(line)
+                continue
             if not stripped or stripped.startswith('//') or stripped.startswith('#'):
                 if not in_statement:
                     group = None
@@ -90,7 +96,7 @@ def main():
                 print(line)
                 continue
 
-            if not in_statement:
+            if not in_statement and not stripped.startswith('}'):
                 start_depth = depth
                 statement = ''
                 in_statement = True

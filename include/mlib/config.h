@@ -1,6 +1,7 @@
-// Build-wide definitions every public header relies on: the export marker, the library's
-// 16-bit wide character and the literal macro that spells wide text on every platform.
-// Valid C (C11) as well as C++, since <mlib/text.h> includes it.
+/// \file
+/// Build-wide definitions every public header relies on: the export marker, the library's
+/// 16-bit wide character and the literal macro that spells wide text on every platform.
+/// Valid C (C11) as well as C++, since <mlib/text.h> includes it.
 #ifndef MLIB_CONFIG_H
 #define MLIB_CONFIG_H
 
@@ -35,7 +36,7 @@ typedef char16_t MlibWideChar;
 #ifdef __cplusplus
 namespace mlib {
 
-// The library's text character: one UTF-16 unit (see MlibWideChar).
+/// The library's text character: one UTF-16 unit (see MlibWideChar).
 using WideChar = MlibWideChar;
 
 }  // namespace mlib

@@ -1,4 +1,5 @@
-// Everything mlib offers, in one include.
+/// \file
+/// Everything mlib offers, in one include.
 #ifndef MLIB_MLIB_H
 #define MLIB_MLIB_H
 
