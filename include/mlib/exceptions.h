@@ -116,9 +116,9 @@ class MLIB_API MxException : public MxBaseException {
   /// at most 511 characters. An empty String when the system has no text for the code.
   static String FormatErrorCodeToMessage(int code);
 
-  /// The registry itself, made (empty) on first use; this call does not fill it. It lives
-  /// until the process ends and is never destroyed, so threads and static destructors that
-  /// still print exceptions while the library is going away find it intact.
+  /// The registry itself, made (empty) on first use; this call does not fill it. It is
+  /// destroyed when the library is unloaded or the process ends; a static destructor of the
+  /// host that runs after that gets a fresh registry that is never destroyed.
   static SyncMap<int, String>& GetExceptionMap();
 
  private:
