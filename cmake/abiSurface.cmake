@@ -8,6 +8,7 @@
 #
 # `cmake --build --preset default --target abi-baseline` (or `scripts/dev abi-baseline`)
 # runs the update.
+cmake_minimum_required(VERSION 3.25)
 find_program(NM NAMES nm)
 if(NOT NM)
   message(FATAL_ERROR "nm (binutils) is needed to read the library's exported symbols")

@@ -2,6 +2,7 @@
 # programs, CMake's own files, build folders): such files carry the paths and compilers of
 # the machine that made them and go stale with the first change. Arguments: SOURCE_DIR.
 # Outside a git checkout (a source tarball) there is nothing to check; the test is skipped.
+cmake_minimum_required(VERSION 3.25)
 find_program(GIT git)
 if(NOT GIT)
   message("git not found: skipped")
