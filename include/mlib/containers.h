@@ -1,7 +1,8 @@
-// The containers and their locks: MxLock, MxSyncBase and MxContainerBase (<mlib/lock.h>),
-// element printing (<mlib/elementPrint.h>), the list MxList (<mlib/list.h>), the hash-ordered
-// tree map MxMap with its drawing (<mlib/map.h>) and its locked form SyncMap
-// (<mlib/syncMap.h>). Include this header rather than the parts.
+/// \file
+/// The containers and their locks: MxLock, MxSyncBase and MxContainerBase (<mlib/lock.h>),
+/// element printing (<mlib/elementPrint.h>), the list MxList (<mlib/list.h>), the hash-ordered
+/// tree map MxMap with its drawing (<mlib/map.h>) and its locked form SyncMap
+/// (<mlib/syncMap.h>). Include this header rather than the parts.
 #ifndef MLIB_CONTAINERS_H
 #define MLIB_CONTAINERS_H
 

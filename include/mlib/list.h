@@ -1,7 +1,8 @@
-// MxList<T>: a doubly linked list of values held by value in heap nodes, with indexed
-// access, one built-in cursor for walking it through the list object, and printing of its
-// elements. Element copies and comparisons go through virtual operations (CopyElement,
-// IsEqual) so a derived list can give its element type its own. Not locked.
+/// \file
+/// MxList<T>: a doubly linked list of values held by value in heap nodes, with indexed
+/// access, one built-in cursor for walking it through the list object, and printing of its
+/// elements. Element copies and comparisons go through virtual operations (CopyElement,
+/// IsEqual) so a derived list can give its element type its own. Not locked.
 #ifndef MLIB_LIST_H
 #define MLIB_LIST_H
 
@@ -35,15 +36,15 @@
 namespace mlib {
 namespace detail {
 
-// Storage for the nodes of one container (a list, or a map, whose entries each bring one or
-// two black leaves): slots of one size carved from blocks taken with malloc, a released
-// slot kept for the next node. This replaces most calls to the heap by a few pointer moves
-// and keeps neighbouring nodes close together in memory. Blocks start on cache-line
-// boundaries; a node of more than half a line gets whole lines (a 64-byte
-// MxMap<int, String> node fills one), smaller ones are packed (a 32-byte MxList<int> node
-// takes 32 bytes, where the heap adds its own header). The blocks go back to the heap when
-// the container is emptied or destroyed; until then released slots are only reused. Not
-// thread-safe: it belongs to one container and is used only inside its operations.
+/// Storage for the nodes of one container (a list, or a map, whose entries each bring one or
+/// two black leaves): slots of one size carved from blocks taken with malloc, a released
+/// slot kept for the next node. This replaces most calls to the heap by a few pointer moves
+/// and keeps neighbouring nodes close together in memory. Blocks start on cache-line
+/// boundaries; a node of more than half a line gets whole lines (a 64-byte
+/// MxMap<int, String> node fills one), smaller ones are packed (a 32-byte MxList<int> node
+/// takes 32 bytes, where the heap adds its own header). The blocks go back to the heap when
+/// the container is emptied or destroyed; until then released slots are only reused. Not
+/// thread-safe: it belongs to one container and is used only inside its operations.
 class NodePool {
  public:
   explicit NodePool(std::size_t nodeSize) noexcept : slotSize_(slotSizeFor(nodeSize)) {}
@@ -51,7 +52,7 @@ class NodePool {
   NodePool& operator=(const NodePool&) = delete;
   ~NodePool() { ReleaseAll(); }
 
-  // Room for one node; null when the heap is exhausted.
+  /// Room for one node; null when the heap is exhausted.
   void* Allocate() noexcept {
     if (free_ != nullptr) {
       FreeSlot* slot = free_;
@@ -65,14 +66,14 @@ class NodePool {
     markUsable(slot, slotSize_);
     return slot;
   }
-  // Takes back a slot of this pool whose node has been destroyed.
+  /// Takes back a slot of this pool whose node has been destroyed.
   void Release(void* slot) noexcept {
     auto* freed = static_cast<FreeSlot*>(slot);
     freed->next = free_;
     free_ = freed;
     markUnusable(slot, slotSize_);
   }
-  // Returns every block to the heap. Every node must have been destroyed first.
+  /// Returns every block to the heap. Every node must have been destroyed first.
   void ReleaseAll() noexcept {
     while (blocks_ != nullptr) {
       Block* block = blocks_;
@@ -94,7 +95,7 @@ class NodePool {
   };
   struct Block {
     Block* next;
-    std::size_t bytes;  // of the whole block, this header included
+    std::size_t bytes;  ///< of the whole block, this header included
   };
 
   static void markUsable(void* at, std::size_t bytes) noexcept {
@@ -114,13 +115,13 @@ class NodePool {
 #endif
   }
 
-  // Nodes of more than half a line get whole lines; smaller ones are packed.
+  /// Nodes of more than half a line get whole lines; smaller ones are packed.
   static constexpr std::size_t slotSizeFor(std::size_t nodeSize) noexcept {
     const std::size_t unit = nodeSize > kLine / 2 ? kLine : alignof(std::max_align_t);
     return (nodeSize + unit - 1) / unit * unit;
   }
 
-  // A new block, each twice the last up to kMostBlockSlots slots.
+  /// A new block, each twice the last up to kMostBlockSlots slots.
   bool grow() noexcept {
     const std::size_t bytes = kLine + slotsPerBlock_ * slotSize_ + kLine;
     auto* block = static_cast<Block*>(std::malloc(bytes));
@@ -137,83 +138,83 @@ class NodePool {
     return true;
   }
 
-  std::size_t slotSize_;      // see slotSizeFor
-  FreeSlot* free_ = nullptr;  // released slots, last released first
-  char* next_ = nullptr;      // the next slot never handed out, or end_
-  char* end_ = nullptr;       // past the last slot of the newest block
-  Block* blocks_ = nullptr;   // every block, newest first
+  std::size_t slotSize_;      ///< see slotSizeFor
+  FreeSlot* free_ = nullptr;  ///< released slots, last released first
+  char* next_ = nullptr;      ///< the next slot never handed out, or end_
+  char* end_ = nullptr;       ///< past the last slot of the newest block
+  Block* blocks_ = nullptr;   ///< every block, newest first
   std::size_t slotsPerBlock_ = kFirstBlockSlots;
 };
 
 }  // namespace detail
 
-// A container of elements of type T: membership and the two element operations every
-// element passes through.
+/// A container of elements of type T: membership and the two element operations every
+/// element passes through.
 template <typename T>
 class MxContainer : public MxContainerBase {
  public:
-  // True when some element IsEqual value.
+  /// True when some element IsEqual value.
   virtual bool Contains(const T& value) const = 0;
-  // Stores source into target by T's assignment (for a list element: a deep copy).
+  /// Stores source into target by T's assignment (for a list element: a deep copy).
   virtual void CopyElement(T& target, const T& source) const = 0;
-  // T's equality; MxObject identity for elements deriving from MxObject; false for element
-  // types without an equality.
+  /// T's equality; MxObject identity for elements deriving from MxObject; false for element
+  /// types without an equality.
   virtual bool IsEqual(const T& a, const T& b) const = 0;
 };
 
-// The operations of a list, in the order of their virtual slots. Indexes count from 0.
+/// The operations of a list, in the order of their virtual slots. Indexes count from 0.
 template <typename T>
 class IListBase : public MxContainer<T> {
  public:
-  // One element in its heap node. Made with its data value-initialised and links null; the
-  // element is then stored with CopyElement.
+  /// One element in its heap node. Made with its data value-initialised and links null; the
+  /// element is then stored with CopyElement.
   struct NODE : public MxObject {
     NODE() = default;
     ~NODE() override = default;
     NODE(const NODE&) = delete;
     NODE& operator=(const NODE&) = delete;
 
-    T data{};              // the element
-    NODE* prev = nullptr;  // previous node, null for the first
-    NODE* next = nullptr;  // next node, null for the last
+    T data{};              ///< the element
+    NODE* prev = nullptr;  ///< previous node, null for the first
+    NODE* next = nullptr;  ///< next node, null for the last
   };
 
-  // Appends / prepends a copy of value. False, the list unchanged, when no node can be made.
+  /// Appends / prepends a copy of value. False, the list unchanged, when no node can be made.
   virtual bool AddTail(const T& value) = 0;
   virtual bool AddHead(const T& value) = 0;
-  // index > count: nothing (false); index == count: appends; otherwise the new node goes
-  // just before the node now at index. Index compared unsigned.
+  /// index > count: nothing (false); index == count: appends; otherwise the new node goes
+  /// just before the node now at index. Index compared unsigned.
   virtual bool InsertAt(unsigned index, const T& value) = 0;
-  // Removes the first node whose element IsEqual value; true if one was removed.
+  /// Removes the first node whose element IsEqual value; true if one was removed.
   virtual bool Remove(const T& value) = 0;
-  // Removes the node at index when index < count (unsigned); true if one was removed.
+  /// Removes the node at index when index < count (unsigned); true if one was removed.
   virtual bool RemoveAt(unsigned index) = 0;
-  // False when the cursor is null; otherwise the cursor moves to the next (forward) or the
-  // previous node, the node it stood on is removed, and the answer is true.
+  /// False when the cursor is null; otherwise the cursor moves to the next (forward) or the
+  /// previous node, the node it stood on is removed, and the answer is true.
   virtual bool RemoveCurrent(bool forward) = 0;
-  // Copies the element at index into out (removing its node when remove is true); false
-  // when there is no node at index.
+  /// Copies the element at index into out (removing its node when remove is true); false
+  /// when there is no node at index.
   virtual bool GetAt(int index, T& out, bool remove = false) = 0;
-  // Index of the first element equal to value, -1 when none (value then untouched). When
-  // found, the stored element is copied back into value, and removed when remove is true.
+  /// Index of the first element equal to value, -1 when none (value then untouched). When
+  /// found, the stored element is copied back into value, and removed when remove is true.
   virtual int IndexOf(T& value, bool remove = false) = 0;
-  // Address of the first element equal to value / of the element at index; null if none.
+  /// Address of the first element equal to value / of the element at index; null if none.
   virtual T* FindPtr(const T& value) = 0;
   virtual T* GetAtPtr(int index) = 0;
-  // Stores value into the node at index (index >= 0) or into the first node equal to value
-  // (index < 0); nothing when there is no such node.
+  /// Stores value into the node at index (index >= 0) or into the first node equal to value
+  /// (index < 0); nothing when there is no such node.
   virtual void Update(const T& value, int index) = 0;
-  // Copies the first / last element into out, removing its node when remove is true; false
-  // on an empty list.
+  /// Copies the first / last element into out, removing its node when remove is true; false
+  /// on an empty list.
   virtual bool GetHead(T& out, bool remove = false) = 0;
   virtual bool GetTail(T& out, bool remove = false) = 0;
-  // Address of the first / last element, or null; the cursor is not touched.
+  /// Address of the first / last element, or null; the cursor is not touched.
   virtual T* GetHeadPtr() = 0;
   virtual T* GetTailPtr() = 0;
-  // Cursor walk. GetFirst places the cursor on the first node and copies its element;
-  // GetNext steps it on and copies. Both answer false (the cursor null) past the end, and
-  // GetNext keeps answering false until the cursor is placed again. The Ptr forms answer the
-  // element's address or null. GetLast / GetPrev / GetLastPtr / GetPrevPtr walk backwards.
+  /// Cursor walk. GetFirst places the cursor on the first node and copies its element;
+  /// GetNext steps it on and copies. Both answer false (the cursor null) past the end, and
+  /// GetNext keeps answering false until the cursor is placed again. The Ptr forms answer the
+  /// element's address or null. GetLast / GetPrev / GetLastPtr / GetPrevPtr walk backwards.
   virtual bool GetFirst(T& out) = 0;
   virtual bool GetNext(T& out) = 0;
   virtual T* GetFirstPtr() = 0;
@@ -222,49 +223,50 @@ class IListBase : public MxContainer<T> {
   virtual bool GetPrev(T& out) = 0;
   virtual T* GetLastPtr() = 0;
   virtual T* GetPrevPtr() = 0;
-  // A new node just before position (which must be a node of this list); without a
-  // position, appended when atTail is true, else prepended. False, the list unchanged,
-  // when no node can be made.
+  /// A new node just before position (which must be a node of this list); without a
+  /// position, appended when atTail is true, else prepended. False, the list unchanged,
+  /// when no node can be made.
   virtual bool InsertNode(NODE* position, bool atTail, const T& value) = 0;
-  // Reserved: does nothing.
+  /// Reserved: does nothing.
   virtual void ReservedOperation(std::uintptr_t, std::uintptr_t, std::uintptr_t,
                                  std::uintptr_t) = 0;
-  // Unlinks and destroys node (which must be a node of this list); null does nothing.
+  /// Unlinks and destroys node (which must be a node of this list); null does nothing.
   virtual void RemoveNode(NODE* node) = 0;
-  // Reserved: false for every element type.
+  /// Reserved: false for every element type.
   virtual bool ReservedPredicate(const T& a, const T& b) const = 0;
-  // The first node whose element IsEqual value (value passed first), or null. index (when
-  // given) receives its position, or -1 when there is none; on an empty list it is left
-  // untouched.
+  /// The first node whose element IsEqual value (value passed first), or null. index (when
+  /// given) receives its position, or -1 when there is none; on an empty list it is left
+  /// untouched.
   virtual NODE* FindNode(const T& value, int* index) const = 0;
-  // The node at index; null when the list is empty or index is negative or not below count.
+  /// The node at index; null when the list is empty or index is negative or not below count.
   virtual NODE* GetNodeAt(int index) const = 0;
 };
 
-// The library's list. The cursor moves only in RemoveCurrent and the cursor walk; removing
-// the node it stands on by any other operation leaves it null. Element copies that throw
-// leave the list as it was and let the exception through; nothing else throws.
+/// The library's list. The cursor moves only in RemoveCurrent and the cursor walk; removing
+/// the node it stands on by any other operation leaves it null. Element copies that throw
+/// leave the list as it was and let the exception through; nothing else throws.
 template <typename T>
 class MxList : public IListBase<T> {
  public:
+  /// The list's node record (IListBase::NODE).
   using NODE = typename IListBase<T>::NODE;
 
-  // An empty list.
+  /// An empty list.
   MxList() noexcept = default;
-  // A list holding copies of other's elements in order; the cursor null.
+  /// A list holding copies of other's elements in order; the cursor null.
   MxList(const MxList& other);
-  // Nothing when other is this list; otherwise removes every element, then appends a copy
-  // of each of other's in order. The cursor ends null.
+  /// Nothing when other is this list; otherwise removes every element, then appends a copy
+  /// of each of other's in order. The cursor ends null.
   MxList& operator=(const MxList& other);
-  // Destroys every node from first to last.
+  /// Destroys every node from first to last.
   ~MxList() override;
 
-  // For a printable T (see ElementToString): each element's text followed by one space,
-  // first to last (the empty text for an empty list). For any other T: MxObject's text.
+  /// For a printable T (see ElementToString): each element's text followed by one space,
+  /// first to last (the empty text for an empty list). For any other T: MxObject's text.
   String PrintToString() const override;
 
   bool IsEmpty() const override { return count_ == 0; }
-  // Destroys every node from first to last; first, last, cursor and count become null / 0.
+  /// Destroys every node from first to last; first, last, cursor and count become null / 0.
   void RemoveAll() override;
   unsigned GetCount() const override { return count_; }
 
@@ -303,22 +305,22 @@ class MxList : public IListBase<T> {
   NODE* GetNodeAt(int index) const override;
 
  private:
-  // A node holding a copy of value, unlinked; null when the heap is exhausted.
+  /// A node holding a copy of value, unlinked; null when the heap is exhausted.
   NODE* makeNode(const T& value);
-  // Destroys an unlinked node and gives its slot back to the pool.
+  /// Destroys an unlinked node and gives its slot back to the pool.
   void destroyNode(NODE* node) noexcept {
     node->~NODE();
     pool_.Release(node);
   }
-  // The node at index, which must be below count.
+  /// The node at index, which must be below count.
   NODE* nodeAt(unsigned index) const noexcept;
   void destroyAll() noexcept;
 
-  NODE* first_ = nullptr;   // first node, or null
-  NODE* last_ = nullptr;    // last node, or null
-  NODE* cursor_ = nullptr;  // the node the cursor stands on, or null
-  unsigned count_ = 0;      // number of nodes
-  detail::NodePool pool_{sizeof(NODE)};  // where the nodes live
+  NODE* first_ = nullptr;   ///< first node, or null
+  NODE* last_ = nullptr;    ///< last node, or null
+  NODE* cursor_ = nullptr;  ///< the node the cursor stands on, or null
+  unsigned count_ = 0;      ///< number of nodes
+  detail::NodePool pool_{sizeof(NODE)};  ///< where the nodes live
   static_assert(alignof(NODE) <= alignof(std::max_align_t), "nodes are packed");
 };
 

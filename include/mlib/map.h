@@ -1,7 +1,8 @@
-// MxMap<K,V>: a map kept as a red-black tree ordered by an unsigned 32-bit hash of the key
-// (not the key itself), with real black placeholder nodes ("leaves") in every empty position,
-// one post-order iteration cursor, and a text picture of the tree (PrintToString, in
-// <mlib/mapDrawing.h>). Not locked: SyncMap in <mlib/syncMap.h> adds the lock.
+/// \file
+/// MxMap<K,V>: a map kept as a red-black tree ordered by an unsigned 32-bit hash of the key
+/// (not the key itself), with real black placeholder nodes ("leaves") in every empty position,
+/// one post-order iteration cursor, and a text picture of the tree (PrintToString, in
+/// <mlib/mapDrawing.h>). Not locked: SyncMap in <mlib/syncMap.h> adds the lock.
 #ifndef MLIB_MAP_H
 #define MLIB_MAP_H
 
@@ -21,129 +22,132 @@
 
 namespace mlib {
 
-// A container of key/value pairs: the membership test and the two pair operations.
+/// A container of key/value pairs: the membership test and the two pair operations.
 template <typename K, typename V>
 class MxContainerPair : public virtual MxContainerBase {
  public:
-  // True when an entry with key's hash exists.
+  /// True when an entry with key's hash exists.
   virtual bool ContainsKey(const K& key) const = 0;
-  // Assigns the key, then the value unless target and source value are the same object.
+  /// Assigns the key, then the value unless target and source value are the same object.
   virtual void CopyPair(K& targetKey, V& targetValue, const K& sourceKey,
                         const V& sourceValue) const;
-  // key1 equals key2 (false for key types without an equality); the values are ignored.
+  /// key1 equals key2 (false for key types without an equality); the values are ignored.
   virtual bool KeyEquals(const K& key1, const V& value1, const K& key2, const V& value2) const;
 };
 
-// The operations of a map, in the order of their virtual slots.
+/// The operations of a map, in the order of their virtual slots.
 template <typename K, typename V>
 class IMapBase : public MxContainerPair<K, V> {
  public:
-  // AddEntry: a new entry, even when an entry with the same hash exists.
+  /// AddEntry: a new entry, even when an entry with the same hash exists.
   virtual bool Add(const K& key, const V& value) = 0;
-  // Removes the entry found for key; true if one was removed.
+  /// Removes the entry found for key; true if one was removed.
   virtual bool Remove(const K& key) = 0;
-  // Removes the entry the iteration cursor stands on; true if one was removed.
+  /// Removes the entry the iteration cursor stands on; true if one was removed.
   virtual bool RemoveCurrent() = 0;
-  // Address of the value stored for key, or null.
+  /// Address of the value stored for key, or null.
   virtual V* LookupPtr(const K& key) = 0;
-  // Copies the stored key and value into key and value (removing the entry when remove is
-  // true); false when nothing is found.
+  /// Copies the stored key and value into key and value (removing the entry when remove is
+  /// true); false when nothing is found.
   virtual bool Lookup(K& key, V& value, bool remove = false) = 0;
-  // Replaces key and value of the entry found for key; false, adding nothing, when none.
+  /// Replaces key and value of the entry found for key; false, adding nothing, when none.
   virtual bool SetAt(const K& key, const V& value) = 0;
-  // Starts / continues the post-order iteration and copies the entry; false past the end.
+  /// Starts / continues the post-order iteration and copies the entry; false past the end.
   virtual bool GetFirst(K& key, V& value) = 0;
   virtual bool GetNext(K& key, V& value) = 0;
-  // As GetFirst / GetNext, handing out the entry's addresses through whichever out-pointer
-  // is not null.
+  /// As GetFirst / GetNext, handing out the entry's addresses through whichever out-pointer
+  /// is not null.
   virtual bool GetFirstPtr(K** key, V** value) = 0;
   virtual bool GetNextPtr(K** key, V** value) = 0;
 };
 
-// Contributes the key hash that orders a map:
-//   String       GetStringHashCode of its ANSI text (0xFFFFFFFF for a null String)
-//   std::string  GetStringHashCode of its characters
-//   integers, enumerations, bool, character types   the value as unsigned 32 bits (so -1
-//                of a 16-bit key hashes as -1 of an int: after every non-negative key)
-//   any other    the first 32 bits of the key's storage (fewer for a narrower type)
+/// Contributes the key hash that orders a map:
+///   String       GetStringHashCode of its ANSI text (0xFFFFFFFF for a null String)
+///   std::string  GetStringHashCode of its characters
+///   integers, enumerations, bool, character types   the value as unsigned 32 bits (so -1
+///                of a 16-bit key hashes as -1 of an int: after every non-negative key)
+///   any other    the first 32 bits of the key's storage (fewer for a narrower type)
 template <typename K, typename V>
 class MxContainerHash : public virtual MxContainerBase {
  protected:
+  /// The hash of key, by the rules above.
   static std::uint32_t hashKey(const K& key);
 };
 
-// The library's map. Entries are found by hash alone: two keys with the same hash are the
-// same key for every lookup. Iteration runs over the tree in post-order (left subtree, right
-// subtree, entry), so the root comes last; it is one iteration per map.
-//
-// Adding a key whose hash is already present makes a second entry: it is linked into the
-// right subtree of the entry met on the way down, so the tree's hashes stay non-decreasing
-// from left to right and every invariant holds. A lookup finds the one nearest the root;
-// removing it makes the next one findable, and iteration visits all of them.
-//
-// Element copies that throw leave the map as it was and let the exception through; a node
-// that cannot be allocated fails the Add (false). Nothing else throws.
+/// The library's map. Entries are found by hash alone: two keys with the same hash are the
+/// same key for every lookup. Iteration runs over the tree in post-order (left subtree, right
+/// subtree, entry), so the root comes last; it is one iteration per map.
+///
+/// Adding a key whose hash is already present makes a second entry: it is linked into the
+/// right subtree of the entry met on the way down, so the tree's hashes stay non-decreasing
+/// from left to right and every invariant holds. A lookup finds the one nearest the root;
+/// removing it makes the next one findable, and iteration visits all of them.
+///
+/// Element copies that throw leave the map as it was and let the exception through; a node
+/// that cannot be allocated fails the Add (false). Nothing else throws.
 template <typename K, typename V>
 class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
  public:
-  // One tree node: an entry (two children) or a leaf (no children, black, holds no entry).
-  // Made with key and value value-initialised. A map makes its nodes in its own pool and
-  // destroys them itself, each subtree bottom-up; a node's destructor detaches it from its
-  // parent. The tree operations take only nodes the map made.
+  /// One tree node: an entry (two children) or a leaf (no children, black, holds no entry).
+  /// Made with key and value value-initialised. A map makes its nodes in its own pool and
+  /// destroys them itself, each subtree bottom-up; a node's destructor detaches it from its
+  /// parent. The tree operations take only nodes the map made.
   struct NODE : public MxObject {
     NODE() = default;
     ~NODE() override;
     NODE(const NODE&) = delete;
     NODE& operator=(const NODE&) = delete;
 
-    K key{};                 // the entry's key
-    V value{};               // the entry's value
-    NODE* parent = nullptr;  // null for the root
-    NODE* left = nullptr;    // subtree of smaller hashes
-    NODE* right = nullptr;   // subtree of larger (or, after a repeat, equal) hashes
-    int colour = 0;          // 0 black, 1 red
+    K key{};                 ///< the entry's key
+    V value{};               ///< the entry's value
+    NODE* parent = nullptr;  ///< null for the root
+    NODE* left = nullptr;    ///< subtree of smaller hashes
+    NODE* right = nullptr;   ///< subtree of larger (or, after a repeat, equal) hashes
+    int colour = 0;          ///< 0 black, 1 red
   };
 
-  // One record of the tree drawing (and of its work queue).
+  /// One record of the tree drawing (and of its work queue).
   struct LineData {
-    int index = 0;            // position within its level, as in a complete binary tree
-    int parentIndex = 0;      // the parent's index, carried in the work queue
-    String text;              // the node's label
-    std::uintptr_t node = 0;  // the tree node, or kLevelMarker in the work queue
+    int index = 0;            ///< position within its level, as in a complete binary tree
+    int parentIndex = 0;      ///< the parent's index, carried in the work queue
+    String text;              ///< the node's label
+    std::uintptr_t node = 0;  ///< the tree node, or kLevelMarker in the work queue
   };
+  /// The work queue's end-of-level record: a node value no real node can have.
   static constexpr std::uintptr_t kLevelMarker = ~std::uintptr_t{0};
 
+  /// NODE::colour values.
   static constexpr int kBlack = 0;
   static constexpr int kRed = 1;
 
-  // An empty map.
+  /// An empty map.
   MxMap() noexcept = default;
   MxMap(const MxMap&) = delete;
   MxMap& operator=(const MxMap&) = delete;
-  // Destroys the tree.
+  /// Destroys the tree.
   ~MxMap() override;
 
-  // The picture of the tree (see <mlib/mapDrawing.h>); MxObject's text for an empty map.
+  /// The picture of the tree (see <mlib/mapDrawing.h>); MxObject's text for an empty map.
   String PrintToString() const override;
-  // The tree has no root.
+  /// The tree has no root.
   bool IsEmpty() const override { return root_ == nullptr; }
-  // DestroyTree.
+  /// DestroyTree.
   void RemoveAll() override { DestroyTree(); }
-  // Entries added minus entries removed.
+  /// Entries added minus entries removed.
   unsigned GetCount() const override { return count_; }
 
   bool ContainsKey(const K& key) const override;
 
   bool Add(const K& key, const V& value) override { return AddEntry(key, value); }
   bool Remove(const K& key) override;
-  // Removes the entry the cursor stands on (after a GetNext: the parent of the entry just
-  // answered, which the walk has not answered yet; in a one-entry map the entry itself) and
-  // leaves the cursor on the node DeleteNode answers, the iteration phase unchanged. The
-  // iteration can go on: the following GetNext resumes the walk from that node. It answers
-  // only entries still in the map and always reaches the end, but the removal may rotate
-  // entries across the walk's path, so an entry may be answered again or not at all.
+  /// Removes the entry the cursor stands on (after a GetNext: the parent of the entry just
+  /// answered, which the walk has not answered yet; in a one-entry map the entry itself) and
+  /// leaves the cursor on the node DeleteNode answers, the iteration phase unchanged. The
+  /// iteration can go on: the following GetNext resumes the walk from that node. It answers
+  /// only entries still in the map and always reaches the end, but the removal may rotate
+  /// entries across the walk's path, so an entry may be answered again or not at all.
   bool RemoveCurrent() override;
-  // Null at once for an empty map.
+  /// Null at once for an empty map.
   V* LookupPtr(const K& key) override;
   bool Lookup(K& key, V& value, bool remove = false) override;
   bool SetAt(const K& key, const V& value) override;
@@ -154,37 +158,37 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
 
   // ---- Tree operations ----------------------------------------------------------------
 
-  // Inserts a new entry holding copies of key and value; count + 1. False, the map
-  // unchanged, when its nodes cannot be allocated.
+  /// Inserts a new entry holding copies of key and value; count + 1. False, the map
+  /// unchanged, when its nodes cannot be allocated.
   virtual bool AddEntry(const K& key, const V& value);
-  // Destroys every node, bottom-up without recursion; root, count, cursor and iteration
-  // state become null and 0.
+  /// Destroys every node, bottom-up without recursion; root, count, cursor and iteration
+  /// state become null and 0.
   virtual void DestroyTree();
-  // The entry whose hash equals the hash of probe's key, else the leaf where the search
-  // ended; null for a null probe or an empty tree.
+  /// The entry whose hash equals the hash of probe's key, else the leaf where the search
+  /// ended; null for a null probe or an empty tree.
   virtual NODE* FindNode(NODE* probe) const;
-  // Makes the topmost ancestor of node the root; null does nothing.
+  /// Makes the topmost ancestor of node the root; null does nothing.
   virtual void UpdateRoot(NODE* node);
-  // Links the unlinked entry node into the tree in place of the leaf its hash leads to. That
-  // leaf is destroyed, or, when node lacks a child, becomes that child.
+  /// Links the unlinked entry node into the tree in place of the leaf its hash leads to. That
+  /// leaf is destroyed, or, when node lacks a child, becomes that child.
   virtual void InsertNode(NODE* node);
-  // Restores the red-black invariants after node was inserted red.
+  /// Restores the red-black invariants after node was inserted red.
   virtual void InsertFixup(NODE* node);
-  // For an entry whose children are both leaves: as the root, it is destroyed, the tree
-  // emptied and null answered; otherwise its leaves are destroyed and it becomes a black
-  // leaf (plain-value key and value zero-filled), which is answered. Else null, no change.
+  /// For an entry whose children are both leaves: as the root, it is destroyed, the tree
+  /// emptied and null answered; otherwise its leaves are destroyed and it becomes a black
+  /// leaf (plain-value key and value zero-filled), which is answered. Else null, no change.
   virtual NODE* MakeLeaf(NODE* node);
-  // Removes the entry node from the tree; removedColour (when given) receives the colour of
-  // the node that left the tree. Answers the node now standing where it left (null when the
-  // tree became empty). Null, no change, for anything but an entry.
+  /// Removes the entry node from the tree; removedColour (when given) receives the colour of
+  /// the node that left the tree. Answers the node now standing where it left (null when the
+  /// tree became empty). Null, no change, for anything but an entry.
   virtual NODE* DeleteNode(NODE* node, int* removedColour);
-  // Restores the red-black invariants after DeleteNode answered node.
+  /// Restores the red-black invariants after DeleteNode answered node.
   virtual void DeleteFixup(NODE* node, int removedColour);
-  // Starts the post-order iteration at the root and answers its first entry, or null.
+  /// Starts the post-order iteration at the root and answers its first entry, or null.
   virtual NODE* GetFirstNode();
-  // The next entry of the iteration, or null (and null again until it is restarted).
+  /// The next entry of the iteration, or null (and null again until it is restarted).
   virtual NODE* GetNextNode();
-  // GetNextNode, handing out the entry's addresses as GetFirstPtr does.
+  /// GetNextNode, handing out the entry's addresses as GetFirstPtr does.
   virtual bool MoveNext(K** key, V** value);
 
  private:
@@ -196,46 +200,46 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   }
   static int colourOf(const NODE* node) noexcept { return node != nullptr ? node->colour : kBlack; }
 
-  // The entry with hash h nearest the root, or the leaf where the search ended. Each key on
-  // the way is hashed once, when it is met.
+  /// The entry with hash h nearest the root, or the leaf where the search ended. Each key on
+  /// the way is hashed once, when it is met.
   NODE* findByHash(std::uint32_t h) const;
-  // The search by key of ContainsKey, Remove, LookupPtr, Lookup and SetAt: key (and, when
-  // given, value) copied into a red probe node with CopyPair, then FindNode. The probe lives
-  // on the stack, so a search allocates nothing beyond what copying the key takes, and the
-  // caller's key is only read. The entry found, or null.
+  /// The search by key of ContainsKey, Remove, LookupPtr, Lookup and SetAt: key (and, when
+  /// given, value) copied into a red probe node with CopyPair, then FindNode. The probe lives
+  /// on the stack, so a search allocates nothing beyond what copying the key takes, and the
+  /// caller's key is only read. The entry found, or null.
   NODE* findEntry(const K& key, const V* value = nullptr) const;
-  // A new node of the pool (black, no links); null when out of memory.
+  /// A new node of the pool (black, no links); null when out of memory.
   NODE* newNode() noexcept {
     void* slot = pool_.Allocate();
     return slot != nullptr ? new (slot) NODE : nullptr;
   }
-  // Destroys node and its subtree, bottom-up, and gives their slots back to the pool.
+  /// Destroys node and its subtree, bottom-up, and gives their slots back to the pool.
   void destroyNode(NODE* node) noexcept;
-  // A new entry of the given colour with a new black right leaf, and a new left leaf too
-  // when bothLeaves is true; null when out of memory.
+  /// A new entry of the given colour with a new black right leaf, and a new left leaf too
+  /// when bothLeaves is true; null when out of memory.
   NODE* makeEntry(int colour, bool bothLeaves);
-  // child takes node's place under node's parent (or as the top of the tree).
+  /// child takes node's place under node's parent (or as the top of the tree).
   static void replaceInParent(NODE* node, NODE* child) noexcept;
-  // node's right child when `right`, else its left one. The fix-ups are written once for a
-  // side and its mirror through it.
+  /// node's right child when `right`, else its left one. The fix-ups are written once for a
+  /// side and its mirror through it.
   static NODE*& childOn(NODE* node, bool right) noexcept {
     return right ? node->right : node->left;
   }
-  // Lifts x's child on the side `right` into x's place and hangs x below it on the other
-  // side: a left rotation when `right` is true, a right rotation otherwise.
+  /// Lifts x's child on the side `right` into x's place and hangs x below it on the other
+  /// side: a left rotation when `right` is true, a right rotation otherwise.
   void rotate(NODE* x, bool right);
-  // Removes entry z and repairs the tree; the node DeleteNode answered.
+  /// Removes entry z and repairs the tree; the node DeleteNode answered.
   NODE* removeEntry(NODE* z);
-  // Deletes a detached node, first moving the cursor off it (and off its children).
+  /// Deletes a detached node, first moving the cursor off it (and off its children).
   void destroyDetached(NODE* node, NODE* cursorFallback) noexcept;
 
-  NODE* root_ = nullptr;    // root entry, or null when the map is empty
-  unsigned count_ = 0;      // entries added minus removed
-  NODE* cursor_ = nullptr;  // where the next iteration step starts, or null
-  int state_ = 0;           // iteration phase: 0 descending, 1 left subtree done while a
-                            // right subtree is to come, 3 ascending, 4 the single entry of
-                            // a one-entry map answered
-  detail::NodePool pool_{sizeof(NODE)};  // where the nodes live
+  NODE* root_ = nullptr;    ///< root entry, or null when the map is empty
+  unsigned count_ = 0;      ///< entries added minus removed
+  NODE* cursor_ = nullptr;  ///< where the next iteration step starts, or null
+  int state_ = 0;           ///< iteration phase: 0 descending, 1 left subtree done while a
+                            /// right subtree is to come, 3 ascending, 4 the single entry of
+                            /// a one-entry map answered
+  detail::NodePool pool_{sizeof(NODE)};  ///< where the nodes live
   static_assert(alignof(NODE) <= 64, "nodes start on cache-line boundaries");
 };
 

@@ -1,7 +1,8 @@
-// MxMap<K,V>::PrintToString: the text picture of the red-black tree. One line per depth
-// level, ended by "\r\n"; each node, leaves included, shown as "(key,colour)" with colour
-// b (black), r (red) or n; children spaced under their parents, right children joined to
-// their left siblings by hyphens. Included by <mlib/map.h>; not meant to be included alone.
+/// \file
+/// MxMap<K,V>::PrintToString: the text picture of the red-black tree. One line per depth
+/// level, ended by "\r\n"; each node, leaves included, shown as "(key,colour)" with colour
+/// b (black), r (red) or n; children spaced under their parents, right children joined to
+/// their left siblings by hyphens. Included by <mlib/map.h>; not meant to be included alone.
 #ifndef MLIB_MAPDRAWING_H
 #define MLIB_MAPDRAWING_H
 
@@ -19,12 +20,12 @@
 namespace mlib {
 namespace detail {
 
-// Longest picture a map draws, in UTF-16 units. The width of a level doubles with every level
-// of depth, so a deep enough tree asks for more text than memory holds; past this size the
-// picture is not made and PrintToString answers a null String.
+/// Longest picture a map draws, in UTF-16 units. The width of a level doubles with every level
+/// of depth, so a deep enough tree asks for more text than memory holds; past this size the
+/// picture is not made and PrintToString answers a null String.
 constexpr double kMaxMapDrawingUnits = 256.0 * 1024 * 1024;
 
-// Counts the units a picture needs without writing them.
+/// Counts the units a picture needs without writing them.
 struct DrawingMeasure {
   double units = 0;
   void repeat(WideChar, double count) noexcept {
@@ -33,7 +34,7 @@ struct DrawingMeasure {
   void text(const WideChar*, std::size_t length) noexcept { units += static_cast<double>(length); }
 };
 
-// Writes the picture into a buffer already sized by DrawingMeasure.
+/// Writes the picture into a buffer already sized by DrawingMeasure.
 struct DrawingWriter {
   WideChar* out;
   void repeat(WideChar c, double count) noexcept {
@@ -44,8 +45,8 @@ struct DrawingWriter {
   }
 };
 
-// Lays the levels out into sink. Each level is a list of records (index, text); width is W,
-// the mean of the shortest and the longest label length, rounded down.
+/// Lays the levels out into sink. Each level is a list of records (index, text); width is W,
+/// the mean of the shortest and the longest label length, rounded down.
 template <typename LineData, typename Sink>
 void layOutMapDrawing(MxList<MxList<LineData>>& levels, int width, Sink& sink) {
   const auto levelCount = static_cast<int>(levels.GetCount());

@@ -1,4 +1,5 @@
-// Everything mlib offers, in one include.
+/// \file
+/// Everything mlib offers, in one include.
 #ifndef MLIB_MLIB_H
 #define MLIB_MLIB_H
 
@@ -11,5 +12,6 @@
 #include <mlib/object.h>
 #include <mlib/string.h>
 #include <mlib/text.h>
+#include <mlib/version.h>
 
 #endif  // MLIB_MLIB_H

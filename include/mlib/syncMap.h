@@ -1,5 +1,6 @@
-// SyncMap<K,V>: MxMap made safe for several threads. Every operation that reads or changes
-// the contents runs under the map's one recursive lock, released on every way out.
+/// \file
+/// SyncMap<K,V>: MxMap made safe for several threads. Every operation that reads or changes
+/// the contents runs under the map's one recursive lock, released on every way out.
 #ifndef MLIB_SYNCMAP_H
 #define MLIB_SYNCMAP_H
 
@@ -10,18 +11,18 @@
 
 namespace mlib {
 
-// The locked operations: ContainsKey, Add, Remove, RemoveCurrent, LookupPtr, Lookup, SetAt,
-// GetFirst, GetNext, PrintToString, IsEmpty, RemoveAll and GetCount. Each takes the lock,
-// does what MxMap does, and releases it before answering.
-//
-// Not locked: CopyPair, KeyEquals, GetFirstPtr, GetNextPtr and the tree operations, which
-// the locked operations call while they hold the lock. Addresses handed out (LookupPtr,
-// GetFirstPtr, GetNextPtr) stay valid only while their entry is not removed, and iteration
-// is one per map: callers that iterate, or keep an address, while other threads may change
-// the map hold the lock themselves (Lock ... Unlock). The lock is recursive, so the map's
-// own operations inside such a bracket take it again without blocking.
-//
-// Destruction does not take the lock: no other thread may use the map then.
+/// The locked operations: ContainsKey, Add, Remove, RemoveCurrent, LookupPtr, Lookup, SetAt,
+/// GetFirst, GetNext, PrintToString, IsEmpty, RemoveAll and GetCount. Each takes the lock,
+/// does what MxMap does, and releases it before answering.
+///
+/// Not locked: CopyPair, KeyEquals, GetFirstPtr, GetNextPtr and the tree operations, which
+/// the locked operations call while they hold the lock. Addresses handed out (LookupPtr,
+/// GetFirstPtr, GetNextPtr) stay valid only while their entry is not removed, and iteration
+/// is one per map: callers that iterate, or keep an address, while other threads may change
+/// the map hold the lock themselves (Lock ... Unlock). The lock is recursive, so the map's
+/// own operations inside such a bracket take it again without blocking.
+///
+/// Destruction does not take the lock: no other thread may use the map then.
 template <typename K, typename V>
 class SyncMap : public MxMap<K, V>, public MxSyncBase {
   using Map = MxMap<K, V>;
@@ -31,7 +32,7 @@ class SyncMap : public MxMap<K, V>, public MxSyncBase {
   SyncMap() noexcept = default;
   ~SyncMap() override = default;
 
-  // Heap instances live on the runtime heap (both bases name the same operators).
+  /// Heap instances live on the runtime heap (both bases name the same operators).
   using MxObject::operator new;
   using MxObject::operator delete;
 

@@ -1,15 +1,12 @@
 // The process-wide error-code registry behind MxException's info operations, and the
 // system's error texts.
 //
-// The registry is made on first use, inside static storage, and is never destroyed: a host
-// thread or a static destructor of the host may still print an exception while the library
-// is being unloaded, and a registry torn down under it would crash it. What it holds then is
-// reclaimed with the process (on an unload before the end of the process, the few entries
-// stay allocated; the library keeps no other state).
+// The registry is made on first use and destroyed when the library is unloaded (or, for a
+// library that stays loaded, when the process ends), so an unload leaves nothing allocated.
 #include <mlib/exceptions.h>
 #include <mlib/syncMap.h>
 
-#include <new>
+#include <atomic>
 
 #include "platform/platform.h"
 
@@ -39,20 +36,29 @@ constexpr BuiltInEntry kBuiltInEntries[] = {
 
 constexpr char kUnknownException[] = "unknown exception";
 
-// Static storage for the registry, constructed once and never destructed (its destructor is
-// trivial, so nothing is registered to run at exit or unload).
+// Cleared, for good, when the registry is destroyed. Constant-initialised and trivially
+// destructible, so it can be read at any moment of the process's end.
+std::atomic<bool> registryAlive{false};
+
+// The registry itself. A function-local static of this type is made by exactly one thread,
+// however many arrive at once, and is destroyed with the library's other statics: by dlclose
+// or FreeLibrary, or at the end of the process.
 struct RegistryHolder {
-  RegistryHolder() : map(::new (static_cast<void*>(storage)) Registry()) {}
-  alignas(Registry) unsigned char storage[sizeof(Registry)];
-  Registry* map;
+  RegistryHolder() { registryAlive = true; }
+  ~RegistryHolder() { registryAlive = false; }
+  Registry map;
 };
 
 }  // namespace
 
 SyncMap<int, String>& MxException::GetExceptionMap() {
-  // Made by exactly one thread, even when many arrive at once (a function-local static).
   static RegistryHolder holder;
-  return *holder.map;
+  if (registryAlive) return holder.map;
+  // Reached after the registry was destroyed: only while the process ends, from a host's
+  // static destructor that runs after the library's. It gets a registry that lives until the
+  // process is gone (made once, whichever thread comes first) rather than a destroyed one.
+  static Registry* const lateRegistry = new Registry();
+  return *lateRegistry;
 }
 
 void MxException::init() const {
