@@ -18,6 +18,7 @@ namespace mlib {
 
 using detail::FailureTable;
 using detail::findPattern;
+using detail::TerminatedText;
 using detail::wideLength;
 
 namespace {
@@ -316,7 +317,10 @@ int String::Compare(const WideChar* text) const {
   return compareUnits(buffer_, text, units);
 }
 
-int String::Compare(const String& other) const { return Compare(other.buffer_); }
+int String::Compare(const String& other) const {
+  const TerminatedText text(other.buffer_);
+  return Compare(text.get());
+}
 
 int String::CompareNoCase(const WideChar* text) const {
   if (buffer_ == nullptr || text == nullptr) return -1;
@@ -326,7 +330,10 @@ int String::CompareNoCase(const WideChar* text) const {
   return compareUnitsNoCase(buffer_, text, units);
 }
 
-int String::CompareNoCase(const String& other) const { return CompareNoCase(other.buffer_); }
+int String::CompareNoCase(const String& other) const {
+  const TerminatedText text(other.buffer_);
+  return CompareNoCase(text.get());
+}
 
 int String::CompareCharNoCase(WideChar a, WideChar b) {
   const int x = static_cast<std::uint16_t>(a);
@@ -359,7 +366,8 @@ bool String::EndWith(const WideChar* text, bool noCase) const {
   const auto units = static_cast<std::size_t>(GetLength());
   const std::size_t suffixUnits = wideLength(text);
   if (units < suffixUnits) return false;
-  const WideChar* tail = buffer_ == nullptr ? nullptr : buffer_ + (units - suffixUnits);
+  const TerminatedText own(buffer_);
+  const WideChar* tail = buffer_ == nullptr ? nullptr : own.get() + (units - suffixUnits);
   return (noCase ? platform::compareTextNoCase(tail, text) : platform::compareText(tail, text)) ==
          0;
 }
