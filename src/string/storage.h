@@ -7,11 +7,11 @@
 #include <mlib/config.h>
 #include <mlib/string.h>
 
-#include "text/wideScan.h"
-
 #include <cstddef>
 #include <cstring>
 #include <vector>
+
+#include "text/wideScan.h"
 
 namespace mlib::detail {
 

@@ -16,11 +16,11 @@ namespace mlib {
 static_assert(sizeof(String) == 2 * sizeof(void*), "String is two pointers wide");
 
 using detail::allocWideRaw;
-using detail::TerminatedText;
 using detail::allocWideZeroed;
 using detail::freeWide;
-using detail::wideCapacity;
+using detail::TerminatedText;
 using detail::textLength;
+using detail::wideCapacity;
 using detail::wideLength;
 using detail::wideLengthBounded;
 using detail::zeroWide;

@@ -63,10 +63,31 @@ std::vector<Operation> readingOperations() {
   const auto fullPattern = [](WideChar first) { return fullString(Text(1, first), MLIB_T('Z')); };
   return {
       {"copy", [](String& s) { return shown(String(s)); }},
-      {"assign to null", [](String& s) { String t; t = s; return shown(t); }},
-      {"assign into room", [](String& s) { String t; t.AllocBuffer(64); t = s; return shown(t); }},
-      {"assign, no room", [](String& s) { String t(MLIB_T("q")); t = s; return shown(t); }},
-      {"append, no room", [](String& s) { String u(MLIB_T("<")); u += s; return shown(u); }},
+      {"assign to null",
+       [](String& s) {
+         String t;
+         t = s;
+         return shown(t);
+       }},
+      {"assign into room",
+       [](String& s) {
+         String t;
+         t.AllocBuffer(64);
+         t = s;
+         return shown(t);
+       }},
+      {"assign, no room",
+       [](String& s) {
+         String t(MLIB_T("q"));
+         t = s;
+         return shown(t);
+       }},
+      {"append, no room",
+       [](String& s) {
+         String u(MLIB_T("<"));
+         u += s;
+         return shown(u);
+       }},
       {"append into room",
        [](String& s) {
          String u;
@@ -74,19 +95,36 @@ std::vector<Operation> readingOperations() {
          u += s;
          return shown(u);
        }},
-      {"append to null", [](String& s) { String u; u += s; return shown(u); }},
-      {"self append", [](String& s) { s += s; return shown(s); }},
+      {"append to null",
+       [](String& s) {
+         String u;
+         u += s;
+         return shown(u);
+       }},
+      {"self append",
+       [](String& s) {
+         s += s;
+         return shown(s);
+       }},
       {"plus text", [](String& s) { return shown(s + MLIB_T(">")); }},
       {"text plus", [](String& s) { return shown(String(MLIB_T("<")) + s); }},
       {"plus itself", [](String& s) { return shown(s + s); }},
       {"equality",
        [](String& s) {
          const String same(shown(s).c_str()), longer((shown(s) + MLIB_T("!")).c_str());
-         return number(s == same) + number(same == s) + number(s == longer) +
-                number(longer == s) + number(s == s);
+         return number(s == same) + number(same == s) + number(s == longer) + number(longer == s) +
+                number(s == s);
        }},
-      {"toAnsi", [](String& s) { const char* a = s.toAnsi(); return Text(a, a + std::strlen(a)); }},
-      {"std::string", [](String& s) { const std::string a = s; return Text(a.begin(), a.end()); }},
+      {"toAnsi",
+       [](String& s) {
+         const char* a = s.toAnsi();
+         return Text(a, a + std::strlen(a));
+       }},
+      {"std::string",
+       [](String& s) {
+         const std::string a = s;
+         return Text(a.begin(), a.end());
+       }},
       {"GetAnsiLength", [](String& s) { return number(s.GetAnsiLength()); }},
       {"GetLength", [](String& s) { return number(s.GetLength()); }},
       {"numbers",
@@ -114,7 +152,7 @@ std::vector<Operation> readingOperations() {
        }},
       {"search for a full pattern",
        [fullPattern](String& s) {
-         const String p = fullPattern(s[0u]);  // the first unit, then «Z»
+         const String p = fullPattern(s[0u]);        // the first unit, then «Z»
          const String z = fullPattern(MLIB_T('Z'));  // «ZZ»
          return number(s.IndexOf(p)) + number(s.IndexOfLast(p)) + number(s.IndexOf(z)) +
                 number(s.IndexOfSubString(p, 0)) + number(s.GetCountOfSubString(p)) +
@@ -135,9 +173,10 @@ std::vector<Operation> readingOperations() {
        }},
       {"prefix and suffix",
        [](String& s) {
-         return number(s.StartWith(shown(s).c_str(), false)) + number(s.EndWith(MLIB_T("Z"), false)) +
-                number(s.EndWith(MLIB_T("z"), true)) + number(s.EndWith(MLIB_T("Y"), false)) +
-                number(s.EndWith(MLIB_T(""), false)) + number(s.EndWith(MLIB_T("9Z"), true));
+         return number(s.StartWith(shown(s).c_str(), false)) +
+                number(s.EndWith(MLIB_T("Z"), false)) + number(s.EndWith(MLIB_T("z"), true)) +
+                number(s.EndWith(MLIB_T("Y"), false)) + number(s.EndWith(MLIB_T(""), false)) +
+                number(s.EndWith(MLIB_T("9Z"), true));
        }},
       {"trim and case",
        [](String& s) {
@@ -148,15 +187,27 @@ std::vector<Operation> readingOperations() {
          s.Reverse();
          return out + MLIB_T("|") + shown(s);
        }},
-      {"replace first", [](String& s) { s.ReplaceFirst(MLIB_T("Z"), MLIB_T("zz")); return shown(s); }},
-      {"replace", [](String& s) { s.Replace(MLIB_T("4"), MLIB_T("44")); return shown(s); }},
+      {"replace first",
+       [](String& s) {
+         s.ReplaceFirst(MLIB_T("Z"), MLIB_T("zz"));
+         return shown(s);
+       }},
+      {"replace",
+       [](String& s) {
+         s.Replace(MLIB_T("4"), MLIB_T("44"));
+         return shown(s);
+       }},
       {"line breaks",
        [](String& s) {
          s.AppendNewLineAtBack();
          s.AppendNewLineAtFront();
          return shown(s);
        }},
-      {"resize", [](String& s) { s.ResizeBuffer(100); return shown(s); }},
+      {"resize",
+       [](String& s) {
+         s.ResizeBuffer(100);
+         return shown(s);
+       }},
       {"element access", [](String& s) { return Text(1, s[0u]); }},
       {"number bases",
        [](String& s) {
@@ -180,7 +231,7 @@ std::vector<Operation> readingOperations() {
 
 TEST(StringLastSlot, EveryReadStopsAtTheCapacity) {
   const Text texts[] = {MLIB_T("abcdefgh"), MLIB_T("12345678"), MLIB_T("1.25"), MLIB_T("0A1B2C3"),
-                        MLIB_T("  a b  "),   MLIB_T(""),         MLIB_T("4"),    MLIB_T("10110")};
+                        MLIB_T("  a b  "),  MLIB_T(""),         MLIB_T("4"),    MLIB_T("10110")};
   std::vector<Text> longer;
   for (std::size_t n : {15u, 16u, 31u, 32u, 33u, 63u, 64u, 65u, 1000u, 5000u}) {
     Text t;
