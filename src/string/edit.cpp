@@ -301,8 +301,7 @@ void String::Replace(const WideChar* oldText, const WideChar* newText) {
     } else {
       // A shorter new text shortens the text with every pass, so the loop ends by itself;
       // otherwise it may not, and the budget applies.
-      const std::size_t budget =
-          newUnits < oldUnits ? kMaxReplacedUnits : replaceBudget(textUnits);
+      const std::size_t budget = newUnits < oldUnits ? kMaxReplacedUnits : replaceBudget(textUnits);
       std::vector<WideChar> result;
       if (!detail::replaceRepeatedly(buffer_, textUnits, oldText, oldUnits, newText, newUnits,
                                      budget, result)) {
