@@ -94,15 +94,17 @@ WideChar* widenAnsi(const char* text, std::size_t byteCount) {
   return buffer;
 }
 
-// first followed by second, each read up to its terminator but at most its bound of units,
-// in a buffer of exact capacity; null when both are empty. Each part is copied in one pass
-// into a block sized by the bounds, and the exact capacity is recorded afterwards.
+// first followed by second, each read up to its terminator but at most its bound of units
+// (each readable up to its bound), in a buffer of exact capacity; null when both are empty.
+// Each part is copied in one pass into a block sized by the bounds, and the exact capacity
+// is recorded afterwards.
 WideChar* joinTexts(const WideChar* first, std::size_t firstBound, const WideChar* second,
                     std::size_t secondBound) {
   WideChar* fresh = allocWideRaw(firstBound + secondBound + 1);
   const std::size_t firstCount =
-      first == nullptr ? 0 : detail::copyWideText(fresh, first, firstBound);
-  const std::size_t secondCount = detail::copyWideText(fresh + firstCount, second, secondBound);
+      first == nullptr ? 0 : detail::copyWideTextWithin(fresh, first, firstBound);
+  const std::size_t secondCount =
+      detail::copyWideTextWithin(fresh + firstCount, second, secondBound);
   if (firstCount + secondCount == 0) {
     freeWide(fresh);
     return nullptr;
@@ -148,7 +150,7 @@ String::String(const String& other) : String() {
   if (capacity == 0) return;
   const std::size_t bound = copyBound(other.buffer_, capacity);
   WideChar* fresh = allocWideRaw(bound + 1);
-  const std::size_t unitCount = detail::copyWideText(fresh, other.buffer_, bound);
+  const std::size_t unitCount = detail::copyWideTextWithin(fresh, other.buffer_, bound);
   if (unitCount == 0) {
     freeWide(fresh);
     return;
