@@ -248,8 +248,8 @@ namespace {
 // one at a time while 16 remain. Returns the units copied without meeting a terminator, or,
 // when one is met, its index with the text and the terminator copied (*found set).
 __attribute__((target("avx2"))) std::size_t copyWithinAvx2(WideChar* dst, const WideChar* src,
-                                                            std::size_t maxUnits,
-                                                            bool* found) noexcept {
+                                                           std::size_t maxUnits,
+                                                           bool* found) noexcept {
   const __m256i zero = _mm256_setzero_si256();
   std::size_t n = 0;
   for (; maxUnits - n >= 64; n += 64) {
@@ -271,8 +271,7 @@ __attribute__((target("avx2"))) std::size_t copyWithinAvx2(WideChar* dst, const 
   }
   for (; maxUnits - n >= 16; n += 16) {
     const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + n));
-    const unsigned mask =
-        static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(a, zero)));
+    const unsigned mask = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(a, zero)));
     if (mask != 0) {
       const std::size_t end = n + (static_cast<std::size_t>(__builtin_ctz(mask)) >> 1);
       std::memcpy(dst + n, src + n, (end - n + 1) * sizeof(WideChar));
