@@ -212,7 +212,9 @@ class MLIB_API String {
   /// argument is null or oldText does not occur. Empty oldText inserts newText at the front.
   bool ReplaceFirst(const WideChar* oldText, const WideChar* newText);
   /// ReplaceFirst until it returns false (each pass searches from the start). Refused (no
-  /// change) where it could never end: empty oldText, or newText containing oldText.
+  /// change) where it could never end: empty oldText, or newText containing oldText; and,
+  /// where it might not end (oldText of two units or more, newText no shorter), past a
+  /// budget of 16 x length + 1024 passes or units of text. Out of memory is a refusal too.
   void Replace(const WideChar* oldText, const WideChar* newText);
   /// Appends / prepends carriage return, line feed.
   void AppendNewLineAtBack();

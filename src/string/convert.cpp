@@ -79,20 +79,20 @@ template <typename DigitValue>
 
 // ---- Numbers ---------------------------------------------------------------------------
 
-int String::toInt() const { return ATOI(buffer_); }
+int String::toInt() const { return ATOI(detail::TerminatedText(buffer_).get()); }
 int String::toInt32() const { return toInt(); }
 unsigned String::toUint() const { return static_cast<unsigned>(toInt()); }
 unsigned String::toUint32() const { return toUint(); }
-long long String::toInt64() const { return ATOI64(buffer_); }
+long long String::toInt64() const { return ATOI64(detail::TerminatedText(buffer_).get()); }
 unsigned long long String::toUint64() const { return static_cast<unsigned long long>(toInt64()); }
-double String::toDouble() const { return ATOF(buffer_); }
+double String::toDouble() const { return ATOF(detail::TerminatedText(buffer_).get()); }
 
 // ---- Number bases ----------------------------------------------------------------------
 
 String String::DecimalToBinary(const String& s) {
   // A negative value gives the two's complement digits of its 32 bits, so the text always
   // reads back through BinaryToDecimal as the same value.
-  unsigned value = static_cast<unsigned>(ATOI(s.buffer_));
+  unsigned value = static_cast<unsigned>(s.toInt());
   WideText digits;
   do {
     digits.insert(digits.begin(), static_cast<WideChar>('0' + (value & 1u)));
@@ -226,7 +226,7 @@ String String::ToHexString() const {
 
 int String::HexStringToByteData(unsigned char* out, unsigned size) {
   const int capacity = size > static_cast<unsigned>(INT_MAX) ? INT_MAX : static_cast<int>(size);
-  return HexStringToByte(buffer_, out, capacity);
+  return HexStringToByte(detail::TerminatedText(buffer_).get(), out, capacity);
 }
 
 Byte String::HexStringToByteData() {
@@ -235,7 +235,7 @@ Byte String::HexStringToByteData() {
   if (length <= 0) return bytes;
   // Room for length bytes: more than the pairs of length units can fill.
   unsigned char* out = bytes.AllocBuffer(length);
-  bytes.SetLength(HexStringToByte(buffer_, out, length));
+  bytes.SetLength(HexStringToByte(detail::TerminatedText(buffer_).get(), out, length));
   return bytes;
 }
 

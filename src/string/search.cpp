@@ -133,6 +133,7 @@ FailureTable::FailureTable(const WideChar* pattern, std::size_t patternUnits)
 
 using detail::FailureTable;
 using detail::findPattern;
+using detail::TerminatedText;
 using detail::wideLength;
 
 namespace {
@@ -176,6 +177,14 @@ String copyOf(const WideChar* text, std::size_t unitCount) {
   WideChar* buffer = result.AllocBuffer(static_cast<unsigned>(unitCount));
   if (unitCount != 0) std::memcpy(buffer, text, unitCount * sizeof(WideChar));
   return result;
+}
+
+// The rest of a String buffer's text from `at`, exact size; null when `at` is null or the
+// text ends there.
+String restOf(const WideChar* buffer, const WideChar* at) {
+  if (at == nullptr) return String();
+  const std::size_t unitCount = detail::textLength(buffer) - static_cast<std::size_t>(at - buffer);
+  return unitCount == 0 ? String() : copyOf(at, unitCount);
 }
 
 }  // namespace
@@ -250,13 +259,13 @@ WideChar* String::FindLast(const WideChar* text) const {
 }
 
 String String::Find(const String& other) const {
-  const WideChar* at = Find(other.buffer_);
-  return at == nullptr ? String() : String(at);
+  const TerminatedText pattern(other.buffer_);
+  return restOf(buffer_, Find(pattern.get()));
 }
 
 String String::FindLast(const String& other) const {
-  const WideChar* at = FindLast(other.buffer_);
-  return at == nullptr ? String() : String(at);
+  const TerminatedText pattern(other.buffer_);
+  return restOf(buffer_, FindLast(pattern.get()));
 }
 
 int String::IndexOf(const WideChar* text) const {
@@ -264,19 +273,26 @@ int String::IndexOf(const WideChar* text) const {
   return at == nullptr ? -1 : static_cast<int>(at - buffer_);
 }
 
-int String::IndexOf(const String& other) const { return IndexOf(other.buffer_); }
+int String::IndexOf(const String& other) const {
+  const TerminatedText pattern(other.buffer_);
+  return IndexOf(pattern.get());
+}
 
 int String::IndexOfLast(const WideChar* text) const {
   const WideChar* at = FindLast(text);
   return at == nullptr ? -1 : static_cast<int>(at - buffer_);
 }
 
-int String::IndexOfLast(const String& other) const { return IndexOfLast(other.buffer_); }
+int String::IndexOfLast(const String& other) const {
+  const TerminatedText pattern(other.buffer_);
+  return IndexOfLast(pattern.get());
+}
 
 // ---- Counting and numbering --------------------------------------------------------
 
 int String::IndexOfSubString(const String& other, int n) const {
-  return occurrenceIndex(buffer_, getSize(), other.buffer_, n);
+  const TerminatedText pattern(other.buffer_);
+  return occurrenceIndex(buffer_, getSize(), pattern.get(), n);
 }
 
 // A String made from empty text is null, so empty text counts as no text here.
@@ -286,7 +302,8 @@ int String::IndexOfSubString(const WideChar* text, int n) const {
 }
 
 int String::GetCountOfSubString(const String& other) const {
-  return occurrenceCount(buffer_, getSize(), other.buffer_);
+  const TerminatedText pattern(other.buffer_);
+  return occurrenceCount(buffer_, getSize(), pattern.get());
 }
 
 int String::GetCountOfSubString(const WideChar* text) const {
@@ -306,8 +323,8 @@ String String::Right(unsigned n) const {
   if (buffer_ == nullptr) return result;
   const auto textUnits = static_cast<unsigned>(GetLength());
   const unsigned keep = n < textUnits ? n : textUnits;
-  result = buffer_ + (textUnits - keep);
-  return result;
+  if (keep == 0) return result;
+  return copyOf(buffer_ + (textUnits - keep), keep);
 }
 
 String String::GetSubString(int first, int last) const {

@@ -55,14 +55,13 @@ class FailureTable {
 
 // The text of replacing the leftmost occurrence of old[0, oldUnits) (oldUnits >= 1) in
 // text[0, textUnits) by replacement[0, replacementUnits), again and again from the start
-// until none is left, into `result`. False, `result` unchanged, when the text would grow
-// past maxUnits on the way: a replacement that never ends grows without limit (one that
-// keeps or shrinks the length ends). Linear in the units read for texts whose
-// replacements make no new occurrences.
+// until none is left, into `result`. False, `result` unchanged, when it runs past `budget`:
+// more than `budget` replacements, or a text longer than `budget` units after one. The work
+// is proportional to the units read, at most budget x (oldUnits + replacementUnits).
 [[nodiscard]] bool replaceRepeatedly(const WideChar* text, std::size_t textUnits,
                                      const WideChar* old, std::size_t oldUnits,
                                      const WideChar* replacement, std::size_t replacementUnits,
-                                     std::size_t maxUnits, std::vector<WideChar>& result);
+                                     std::size_t budget, std::vector<WideChar>& result);
 
 }  // namespace mlib::detail
 

@@ -7,10 +7,11 @@
 #include <mlib/config.h>
 #include <mlib/string.h>
 
-#include "text/wideScan.h"
-
 #include <cstddef>
 #include <cstring>
+#include <vector>
+
+#include "text/wideScan.h"
 
 namespace mlib::detail {
 
@@ -42,6 +43,38 @@ inline const WideBlockHeader* wideHeaderOf(const WideChar* buffer) noexcept {
 [[nodiscard]] inline unsigned wideCapacity(const WideChar* buffer) noexcept {
   return buffer == nullptr ? 0 : wideHeaderOf(buffer)->capacity;
 }
+
+// Units of a String buffer's text: up to its terminator, but never past its capacity, which a
+// buffer whose last slot was overwritten through operator[] fills without one. 0 for null.
+// Every length of a String's own text is this one.
+[[nodiscard]] inline std::size_t textLength(const WideChar* buffer) noexcept {
+  return wideLengthBounded(buffer, wideCapacity(buffer));
+}
+
+// A String buffer's text, zero-terminated, for code that reads up to a terminator (the free
+// text functions, the platform's conversions, a pattern's length). It is the buffer itself
+// whenever the last slot is zero, which leaves a terminator within the capacity; only a
+// buffer whose last slot holds a unit is copied, up to its capacity, with a terminator added.
+class TerminatedText {
+ public:
+  explicit TerminatedText(const WideChar* buffer) : text_(buffer) {
+    const std::size_t capacity = wideCapacity(buffer);
+    if (capacity == 0 || buffer[capacity - 1] == 0) return;
+    const std::size_t units = textLength(buffer);
+    copy_.assign(buffer, buffer + units);
+    copy_.push_back(0);
+    text_ = copy_.data();
+  }
+  TerminatedText(const TerminatedText&) = delete;
+  TerminatedText& operator=(const TerminatedText&) = delete;
+
+  // The terminated text; null for a null buffer.
+  [[nodiscard]] const WideChar* get() const noexcept { return text_; }
+
+ private:
+  const WideChar* text_;
+  std::vector<WideChar> copy_;  // the copy of a buffer without a terminator
+};
 
 // Grows (or shrinks) the block in place where the heap can, keeping the first
 // min(old, new) units; units past the old capacity come back zero. Returns the buffer's new

@@ -18,18 +18,14 @@ static_assert(sizeof(String) == 2 * sizeof(void*), "String is two pointers wide"
 using detail::allocWideRaw;
 using detail::allocWideZeroed;
 using detail::freeWide;
+using detail::TerminatedText;
+using detail::textLength;
 using detail::wideCapacity;
 using detail::wideLength;
 using detail::wideLengthBounded;
 using detail::zeroWide;
 
 namespace {
-
-// Units before the terminator of a String's buffer, never counting past its capacity. Used
-// instead of GetLength inside this file: exported members are not inlined.
-std::size_t lengthOf(const WideChar* buffer) noexcept {
-  return wideLengthBounded(buffer, wideCapacity(buffer));
-}
 
 // How many units to make room for when copying the text of a String buffer of `capacity`
 // units in one pass. The capacity bounds the text, but a large buffer that ends in zeros is
@@ -98,15 +94,17 @@ WideChar* widenAnsi(const char* text, std::size_t byteCount) {
   return buffer;
 }
 
-// first followed by second, each read up to its terminator but at most its bound of units,
-// in a buffer of exact capacity; null when both are empty. Each part is copied in one pass
-// into a block sized by the bounds, and the exact capacity is recorded afterwards.
+// first followed by second, each read up to its terminator but at most its bound of units
+// (each readable up to its bound), in a buffer of exact capacity; null when both are empty.
+// Each part is copied in one pass into a block sized by the bounds, and the exact capacity
+// is recorded afterwards.
 WideChar* joinTexts(const WideChar* first, std::size_t firstBound, const WideChar* second,
                     std::size_t secondBound) {
   WideChar* fresh = allocWideRaw(firstBound + secondBound + 1);
   const std::size_t firstCount =
-      first == nullptr ? 0 : detail::copyWideText(fresh, first, firstBound);
-  const std::size_t secondCount = detail::copyWideText(fresh + firstCount, second, secondBound);
+      first == nullptr ? 0 : detail::copyWideTextWithin(fresh, first, firstBound);
+  const std::size_t secondCount =
+      detail::copyWideTextWithin(fresh + firstCount, second, secondBound);
   if (firstCount + secondCount == 0) {
     freeWide(fresh);
     return nullptr;
@@ -153,7 +151,7 @@ String::String(const String& other) : String() {
   if (capacity == 0) return;
   const std::size_t bound = copyBound(other.buffer_, capacity);
   WideChar* fresh = allocWideRaw(bound + 1);
-  const std::size_t unitCount = detail::copyWideText(fresh, other.buffer_, bound);
+  const std::size_t unitCount = detail::copyWideTextWithin(fresh, other.buffer_, bound);
   if (unitCount == 0) {
     freeWide(fresh);
     return;
@@ -193,7 +191,7 @@ WideChar* String::GetBuffer(unsigned i) const noexcept {
 WideChar* String::ResizeBuffer(unsigned n) {
   if (buffer_ == nullptr) return AllocBuffer(n);
   WideChar* fresh = allocWideZeroed(static_cast<std::size_t>(n) + 1);
-  const std::size_t unitCount = lengthOf(buffer_);
+  const std::size_t unitCount = textLength(buffer_);
   copyUnits(fresh, buffer_, (unitCount < n ? unitCount : n));
   freeWide(buffer_);
   buffer_ = fresh;
@@ -229,7 +227,8 @@ String& String::operator=(const WideChar* text) {
 
 String& String::operator=(const String& other) {
   if (this == &other) return *this;
-  return *this = other.buffer_;
+  const TerminatedText text(other.buffer_);
+  return *this = text.get();
 }
 
 String& String::operator=(String&& other) noexcept {
@@ -244,7 +243,7 @@ String& String::operator=(String&& other) noexcept {
 
 String& String::operator=(const char* text) {
   String wide(text);
-  const std::size_t unitCount = lengthOf(wide.buffer_);
+  const std::size_t unitCount = textLength(wide.buffer_);
   // Where the assignment would re-allocate anyway and the converted text already sits in
   // a buffer of exactly unitCount + 1 units, take that buffer instead of copying it.
   if (unitCount != 0 && wideCapacity(buffer_) <= unitCount &&
@@ -298,7 +297,7 @@ String String::operator+(WideChar c) const {
 String& String::operator+=(const WideChar* text) {
   if (text == nullptr) return *this;
   const std::size_t capacity = wideCapacity(buffer_);
-  const std::size_t firstCount = wideLengthBounded(buffer_, capacity);
+  const std::size_t firstCount = textLength(buffer_);
   const std::size_t room = capacity - firstCount;  // at least 1 while there is a buffer
   const auto at = reinterpret_cast<std::uintptr_t>(text);
   const auto begin = reinterpret_cast<std::uintptr_t>(buffer_);
@@ -334,7 +333,10 @@ String& String::operator+=(const WideChar* text) {
   return *this;
 }
 
-String& String::operator+=(const String& other) { return *this += other.buffer_; }
+String& String::operator+=(const String& other) {
+  const TerminatedText text(other.buffer_);
+  return *this += text.get();
+}
 
 String& String::operator+=(const char* text) {
   if (text == nullptr) return *this;
@@ -359,7 +361,8 @@ const WideChar* String::toString() const noexcept { return buffer_; }
 
 char* String::toAnsi() const {
   if (buffer_ == nullptr) return nullptr;
-  char* fresh = narrowToAnsi(buffer_, lengthOf(buffer_));
+  const TerminatedText text(buffer_);
+  char* fresh = narrowToAnsi(text.get(), textLength(buffer_));
   delete[] ansi_;
   ansi_ = fresh;
   return ansi_;
@@ -372,7 +375,7 @@ String::operator std::string() const {
   return ansi == nullptr ? std::string() : std::string(ansi);
 }
 
-int String::GetLength() const noexcept { return static_cast<int>(lengthOf(buffer_)); }
+int String::GetLength() const noexcept { return static_cast<int>(textLength(buffer_)); }
 
 int String::GetAnsiLength() const {
   const char* ansi = ansi_ != nullptr ? ansi_ : toAnsi();
@@ -385,13 +388,18 @@ bool String::IsNull() const noexcept { return buffer_ == nullptr; }
 
 bool String::operator==(const WideChar* text) const noexcept {
   if (buffer_ == nullptr || text == nullptr) return false;
-  const std::size_t unitCount = lengthOf(buffer_);
+  const std::size_t unitCount = textLength(buffer_);
   if (wideLengthBounded(text, unitCount + 1) != unitCount) return false;
   return std::memcmp(buffer_, text, unitCount * sizeof(WideChar)) == 0;
 }
 
 bool String::operator==(const String& other) const noexcept {
-  return *this == static_cast<const WideChar*>(other.buffer_);
+  if (buffer_ == nullptr || other.buffer_ == nullptr) return false;
+  const std::size_t unitCount = textLength(buffer_);
+  const std::size_t otherCapacity = wideCapacity(other.buffer_);
+  const std::size_t otherBound = unitCount < otherCapacity ? unitCount + 1 : otherCapacity;
+  if (wideLengthBounded(other.buffer_, otherBound) != unitCount) return false;
+  return std::memcmp(buffer_, other.buffer_, unitCount * sizeof(WideChar)) == 0;
 }
 
 }  // namespace mlib

@@ -241,6 +241,79 @@ MLIB_UNCHECKED_READ std::size_t copyWideText(WideChar* dst, const WideChar* src,
   return maxUnits;
 }
 
+namespace {
+
+#if defined(MLIB_WIDE_SCAN_AVX2)
+// copyWideTextWithin's loop with 32-byte vectors: four at a time while 64 units remain, then
+// one at a time while 16 remain. Returns the units copied without meeting a terminator, or,
+// when one is met, its index with the text and the terminator copied (*found set).
+__attribute__((target("avx2"))) std::size_t copyWithinAvx2(WideChar* dst, const WideChar* src,
+                                                           std::size_t maxUnits,
+                                                           bool* found) noexcept {
+  const __m256i zero = _mm256_setzero_si256();
+  std::size_t n = 0;
+  for (; maxUnits - n >= 64; n += 64) {
+    const auto* in = reinterpret_cast<const __m256i*>(src + n);
+    const __m256i a = _mm256_loadu_si256(in);
+    const __m256i b = _mm256_loadu_si256(in + 1);
+    const __m256i c = _mm256_loadu_si256(in + 2);
+    const __m256i d = _mm256_loadu_si256(in + 3);
+    // The smallest unit of each lane is zero exactly when some vector holds a zero there:
+    // one comparison for the four.
+    const __m256i least = _mm256_min_epu16(_mm256_min_epu16(a, b), _mm256_min_epu16(c, d));
+    const __m256i z = _mm256_cmpeq_epi16(least, zero);
+    if (_mm256_testz_si256(z, z) == 0) break;
+    auto* out = reinterpret_cast<__m256i*>(dst + n);
+    _mm256_storeu_si256(out, a);
+    _mm256_storeu_si256(out + 1, b);
+    _mm256_storeu_si256(out + 2, c);
+    _mm256_storeu_si256(out + 3, d);
+  }
+  for (; maxUnits - n >= 16; n += 16) {
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + n));
+    const unsigned mask = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(a, zero)));
+    if (mask != 0) {
+      const std::size_t end = n + (static_cast<std::size_t>(__builtin_ctz(mask)) >> 1);
+      std::memcpy(dst + n, src + n, (end - n + 1) * sizeof(WideChar));
+      *found = true;
+      return end;
+    }
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + n), a);
+  }
+  return n;
+}
+#endif
+
+}  // namespace
+
+std::size_t copyWideTextWithin(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept {
+  std::size_t n = 0;
+#if defined(MLIB_WIDE_SCAN_AVX2)
+  if (hasAvx2()) {
+    bool found = false;
+    n = copyWithinAvx2(dst, src, maxUnits, &found);
+    if (found) return n;
+  }
+#endif
+#if defined(MLIB_WIDE_SCAN_SIMD)
+  for (; maxUnits - n >= 8; n += 8) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + n));
+    const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(block, _mm_setzero_si128()));
+    if (mask != 0) {
+      const std::size_t end = n + firstSetUnit(mask);
+      std::memcpy(dst + n, src + n, (end - n + 1) * sizeof(WideChar));
+      return end;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + n), block);
+  }
+#endif
+  for (; n < maxUnits; ++n) {
+    dst[n] = src[n];
+    if (src[n] == 0) return n;
+  }
+  return maxUnits;
+}
+
 bool widenAscii(WideChar* dst, const char* src, std::size_t byteCount) noexcept {
   const auto* bytes = reinterpret_cast<const unsigned char*>(src);
   std::size_t i = 0;

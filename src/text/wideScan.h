@@ -20,6 +20,10 @@ namespace mlib::detail {
 // maxUnits units is the terminator. dst must have room for maxUnits units; src may be any
 // readable text (it is read like wideLengthBounded reads).
 std::size_t copyWideText(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept;
+// As copyWideText, for a source whose first maxUnits units are all readable (a String's own
+// buffer, bounded by its capacity). Reading within that bound needs no alignment, so the
+// copy runs in whole unaligned vectors wherever the buffer starts, at memcpy's pace.
+std::size_t copyWideTextWithin(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept;
 // Widens src[0, byteCount) byte for byte into dst while every byte is ASCII (below 0x80).
 // False, with dst partly written, at the first byte that is not.
 [[nodiscard]] bool widenAscii(WideChar* dst, const char* src, std::size_t byteCount) noexcept;

@@ -98,47 +98,101 @@ TEST(StringEdit, ReplaceAllAndItsRefusals) {
   }
 }
 
+// The literal loop: ReplaceFirst's edit again and again, from the start each time. Where
+// `budget` is given, it gives up (false) once a pass would exceed it: more passes than the
+// budget, or a text longer than it.
+bool replaceLoop(Text& text, const Text& old, const Text& with, std::size_t budget) {
+  std::size_t passes = 0;
+  for (std::size_t at; (at = text.find(old)) != Text::npos;) {
+    text.replace(at, old.size(), with);
+    if (++passes > budget || text.size() > budget) return false;
+  }
+  return true;
+}
+
+Text randomText(std::mt19937& rng, std::size_t maxUnits) {
+  Text t(rng() % (maxUnits + 1), WideChar(0));
+  for (WideChar& u : t) u = static_cast<WideChar>(MLIB_T('a') + rng() % 3);
+  return t;
+}
+
+// Replace's documented budget: a replacement that could go on for ever (old text of two
+// units or more, new text no shorter) may make at most 16 x length + 1024 passes and no text
+// longer than that; the others always end and have none.
+std::size_t budgetFor(const Text& text, const Text& old, const Text& with) {
+  if (old.size() < 2 || with.size() < old.size()) return static_cast<std::size_t>(-1);
+  return 16 * text.size() + 1024;
+}
+
 TEST(StringEdit, ReplaceAgreesWithAReplaceLoopOnRandomTexts) {
   std::mt19937 rng(424242);
-  const auto randomText = [&rng](std::size_t maxUnits) {
-    Text t(rng() % (maxUnits + 1), WideChar(0));
-    for (WideChar& u : t) u = static_cast<WideChar>(MLIB_T('a') + rng() % 3);
-    return t;
-  };
-  int compared = 0;
+  int compared = 0, refused = 0;
   for (int round = 0; round < 3000; ++round) {
-    const Text text = randomText(40), old = randomText(3), with = randomText(4);
+    const Text text = randomText(rng, 40), old = randomText(rng, 3), with = randomText(rng, 4);
     if (old.empty() || with.find(old) != Text::npos) continue;
-    Text want = text;  // the plain loop, given up where it would not end
-    int passes = 0;
-    for (std::size_t at; (at = want.find(old)) != Text::npos && passes < 2000; ++passes) {
-      want.replace(at, old.size(), with);
-    }
-    if (passes == 2000) continue;
-    ++compared;
+    Text want = text;
+    const bool ends = replaceLoop(want, old, with, budgetFor(text, old, with));
+    ++(ends ? compared : refused);
     SCOPED_TRACE(round);
     String s(text.c_str());
     const unsigned before = capacityOf(s);
     s.Replace(old.c_str(), with.c_str());
-    EXPECT_EQ(units(s), want);
-    EXPECT_EQ(capacityOf(s), passes == 0 ? before : want.size() + 1);
+    EXPECT_EQ(units(s), ends ? want : text);
+    EXPECT_EQ(capacityOf(s), !ends || want == text ? before : want.size() + 1);
   }
   EXPECT_GT(compared, 1000);
+  EXPECT_GT(refused, 0);
 }
 
-TEST(StringEdit, ReplaceThatNeverEndsStopsAtItsBound) {
-  // «ab» -> «bbaa» in «aab» makes a new «ab» after every pass and grows without end.
-  const Text loops = MLIB_T("aab"), ends = MLIB_T("aaab");
-  std::vector<WideChar> result(1, MLIB_T('!'));
-  EXPECT_FALSE(mlib::detail::replaceRepeatedly(loops.data(), 3, MLIB_T("ab"), 2, MLIB_T("bbaa"), 4,
-                                               10000, result));
-  EXPECT_EQ(result, std::vector<WideChar>(1, MLIB_T('!')));
-  // «ab» -> «bba» ends, doubling the b's for every a: «aaab» becomes 8 b's and 3 a's.
-  EXPECT_TRUE(mlib::detail::replaceRepeatedly(ends.data(), 4, MLIB_T("ab"), 2, MLIB_T("bba"), 3, 11,
-                                              result));
-  EXPECT_EQ(Text(result.begin(), result.end()), MLIB_T("bbbbbbbbaaa"));
-  EXPECT_FALSE(mlib::detail::replaceRepeatedly(ends.data(), 4, MLIB_T("ab"), 2, MLIB_T("bba"), 3,
-                                               10, result));
+TEST(StringEdit, ReplaceEngineKeepsToItsBudget) {
+  // Small budgets, so that every way of running out of it is met: too many passes (texts
+  // that keep their length), a text too long (texts that grow, and texts longer than the
+  // budget to begin with), and runs that end just within it.
+  std::mt19937 rng(777);
+  int ended = 0, refused = 0;
+  for (int round = 0; round < 20000; ++round) {
+    const Text text = randomText(rng, 12), old = randomText(rng, 3), with = randomText(rng, 4);
+    if (old.empty() || with.find(old) != Text::npos) continue;
+    const std::size_t budget = rng() % 40;
+    Text want = text;
+    const bool ends = replaceLoop(want, old, with, budget);
+    ++(ends ? ended : refused);
+    SCOPED_TRACE(round);
+    std::vector<WideChar> result(1, MLIB_T('!'));
+    ASSERT_EQ(mlib::detail::replaceRepeatedly(text.data(), text.size(), old.data(), old.size(),
+                                              with.data(), with.size(), budget, result),
+              ends);
+    EXPECT_EQ(Text(result.begin(), result.end()), ends ? want : Text(MLIB_T("!")));
+  }
+  EXPECT_GT(ended, 5000);
+  EXPECT_GT(refused, 500);
+}
+
+TEST(StringEdit, ReplaceThatNeverEndsIsRefusedAtOnce) {
+  // «A%» -> «%%AA» in «xA%%y» recreates «A%» after every pass, growing without end.
+  String probe(MLIB_T("xA%%y"));
+  (void)probe.toAnsi();
+  const WideChar* buffer = probe.toString();
+  probe.Replace(MLIB_T("A%"), MLIB_T("%%AA"));
+  EXPECT_EQ(units(probe), MLIB_T("xA%%y"));
+  EXPECT_EQ(probe.toString(), buffer);
+  EXPECT_NE(mlib::detail::StringAccess::ansiBuffer(probe), nullptr);
+  // «ab» -> «bba» ends, doubling the b's for every a: within the budget the result is the
+  // loop's, past it (16 x 12 + 1024 = 1216 < 2059 units) the text stays as it was.
+  const Text tenA(10, MLIB_T('a')), elevenA(11, MLIB_T('a'));
+  struct Row {
+    Text in, want;
+  } const rows[] = {
+      {MLIB_T("abab"), MLIB_T("bbbbbbaa")},
+      {MLIB_T("aaab"), MLIB_T("bbbbbbbbaaa")},
+      {tenA + MLIB_T("b"), Text(1024, MLIB_T('b')) + tenA},
+      {elevenA + MLIB_T("b"), elevenA + MLIB_T("b")},
+  };
+  for (const Row& r : rows) {
+    String s(r.in.c_str());
+    s.Replace(MLIB_T("ab"), MLIB_T("bba"));
+    EXPECT_EQ(units(s), r.want);
+  }
 }
 
 TEST(StringEdit, LineBreaks) {

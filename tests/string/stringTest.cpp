@@ -291,16 +291,21 @@ TEST(StringStorage, ScanAndCopyAgreeWithAPlainLoopEverywhere) {
       const WideChar* in = source.data() + offset;
       SCOPED_TRACE(testing::Message() << "offset " << offset << " length " << length);
       ASSERT_EQ(mlib::detail::wideLength(in), length);
-      for (std::size_t bound : {std::size_t{0}, length / 2, length, length + 1, length + 50}) {
+      for (std::size_t bound :
+           {std::size_t{0}, length / 2, length, length + 1, length + 50, length + 70}) {
         const std::size_t want = std::min(bound, length);
         ASSERT_EQ(wideLengthBounded(in, bound), want) << "bound " << bound;
-        std::fill(target.begin(), target.end(), WideChar(0x7777));
-        ASSERT_EQ(copyWideText(target.data(), in, bound), want) << "bound " << bound;
-        const auto written = static_cast<std::ptrdiff_t>(bound <= length ? bound : length + 1);
-        ASSERT_TRUE(std::equal(in, in + written, target.begin())) << "bound " << bound;
-        ASSERT_TRUE(std::all_of(target.begin() + written, target.end(),
-                                [](WideChar unit) { return unit == 0x7777; }))
-            << "written past the copy, bound " << bound;
+        // Both copies: the one that reads like the scan, and the one for a source readable
+        // up to the bound (every bound here lies within `source`).
+        for (const auto copy : {&copyWideText, &mlib::detail::copyWideTextWithin}) {
+          std::fill(target.begin(), target.end(), WideChar(0x7777));
+          ASSERT_EQ(copy(target.data(), in, bound), want) << "bound " << bound;
+          const auto written = static_cast<std::ptrdiff_t>(bound <= length ? bound : length + 1);
+          ASSERT_TRUE(std::equal(in, in + written, target.begin())) << "bound " << bound;
+          ASSERT_TRUE(std::all_of(target.begin() + written, target.end(),
+                                  [](WideChar unit) { return unit == 0x7777; }))
+              << "written past the copy, bound " << bound;
+        }
       }
     }
   }
