@@ -6,6 +6,12 @@
 
 #include <mlib/config.h>
 
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "platform/codePage.h"
+
 namespace mlib::test {
 
 struct AnsiPageSample {
@@ -30,6 +36,14 @@ inline constexpr AnsiPageSample kAnsiPageSamples[] = {
     {1258, MLIB_T("\u0110\u01A1\u01B0 \u20AB e\u0301")},  // Vietnamese
     {65001, MLIB_T("\u4E2D\u6587\u5B57\u30C6\u30AD\u30B9\u30C8\u20AC \u00E9 \U0001F600")},
 };
+
+// The page's own bytes for text, from the converter the code page tests check line by line.
+inline std::string bytesIn(unsigned codePage, const WideChar* text) {
+  const int need = platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
+  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
+  (void)platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
+  return std::string(bytes.data());
+}
 
 }  // namespace mlib::test
 

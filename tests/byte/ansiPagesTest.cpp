@@ -10,30 +10,17 @@
 
 #include "ansiPageSamples.h"
 #include "platform/codePage.h"
+#include "byteContent.h"
 
 using mlib::Byte;
 using mlib::WideChar;
 
+using mlib::test::content;
+using mlib::test::bytesOf;
+
+using mlib::test::bytesIn;
+
 namespace {
-
-std::string content(const Byte& b) {
-  if (b.GetData() == nullptr) return {};
-  return std::string(reinterpret_cast<const char*>(b.GetData()),
-                     static_cast<std::size_t>(b.GetLength()));
-}
-
-Byte bytesOf(const std::string& s) {
-  Byte b;
-  b.SetData(reinterpret_cast<const unsigned char*>(s.data()), static_cast<int>(s.size()));
-  return b;
-}
-
-std::string bytesIn(unsigned codePage, const WideChar* text) {
-  const int need = mlib::platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
-  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
-  (void)mlib::platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
-  return std::string(bytes.data());
-}
 
 TEST(ByteAnsiPages, TextGoesThroughEveryAnsiPageWhole) {
   int tried = 0;

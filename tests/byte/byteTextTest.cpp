@@ -8,22 +8,14 @@
 #include <string>
 
 #include <mlib/text.h>
+#include "byteContent.h"
 
 using mlib::Byte;
 
+using mlib::test::content;
+using mlib::test::bytesOf;
+
 namespace {
-
-std::string content(const Byte& b) {
-  if (b.GetData() == nullptr) return {};
-  return std::string(reinterpret_cast<const char*>(b.GetData()),
-                     static_cast<std::size_t>(b.GetLength()));
-}
-
-Byte bytesOf(const std::string& s) {
-  Byte b;
-  b.SetData(reinterpret_cast<const unsigned char*>(s.data()), static_cast<int>(s.size()));
-  return b;
-}
 
 // UTF-8 of one BMP code point, worked out here.
 std::string utf8Of(unsigned cp) {

@@ -8,6 +8,7 @@
 
 #include "file/tempFiles.h"
 #include "platform/platform.h"
+#include "byteContent.h"
 
 using mlib::Byte;
 using mlib::MxFile;
@@ -15,6 +16,8 @@ using mlib::String;
 using mlib::test::readFile;
 using mlib::test::TempFolder;
 using mlib::test::writeFile;
+
+using mlib::test::content;
 
 namespace {
 
@@ -31,11 +34,6 @@ std::string readAt(MxFile& file, unsigned count) {
   std::string out(count, '\0');
   out.resize(file.Read(out.data(), count));
   return out;
-}
-
-std::string content(const Byte& b) {
-  const auto* bytes = reinterpret_cast<const char*>(b.GetData());
-  return bytes == nullptr ? std::string() : std::string(bytes, std::size_t(b.GetLength()));
 }
 
 constexpr const char kDigits[] = "0123456789";

@@ -15,15 +15,9 @@
 using mlib::String;
 using mlib::WideChar;
 
-namespace {
+using mlib::test::bytesIn;
 
-// The page's own bytes for text, from the converter the code page tests check line by line.
-std::string bytesIn(unsigned codePage, const WideChar* text) {
-  const int need = mlib::platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
-  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
-  (void)mlib::platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
-  return std::string(bytes.data());
-}
+namespace {
 
 TEST(StringAnsiPages, TextGoesThroughEveryAnsiPageWhole) {
   int tried = 0;

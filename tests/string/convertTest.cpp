@@ -10,10 +10,13 @@
 #include <mlib/text.h>
 
 #include "string/storage.h"
+#include "byteContent.h"
 
 using mlib::Byte;
 using mlib::String;
 using mlib::WideChar;
+
+using mlib::test::content;
 
 namespace {
 
@@ -25,12 +28,6 @@ std::string shown(const String& s) {
     out += *p < 0x80 ? static_cast<char>(*p) : '#';
   }
   return out;
-}
-
-std::string content(const Byte& b) {
-  if (b.GetData() == nullptr) return {};
-  return std::string(reinterpret_cast<const char*>(b.GetData()),
-                     static_cast<std::size_t>(b.GetLength()));
 }
 
 const char* const kNull = "<null>";

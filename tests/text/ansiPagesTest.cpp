@@ -14,16 +14,11 @@
 
 using mlib::WideChar;
 
+using mlib::test::bytesIn;
+
 namespace {
 
 using WideString = std::basic_string<WideChar>;
-
-std::string bytesIn(unsigned codePage, const WideChar* text) {
-  const int need = mlib::platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
-  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
-  (void)mlib::platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
-  return std::string(bytes.data());
-}
 
 TEST(AnsiPages, TripsThroughTheAnsiPageKeepTheTextWhole) {
   int tried = 0;

@@ -1,0 +1,27 @@
+// Test helper: a Byte's content as a std::string (empty for a Byte without storage), and a
+// Byte holding given bytes, so that checks compare plain strings.
+#ifndef MLIB_TESTS_BYTECONTENT_H
+#define MLIB_TESTS_BYTECONTENT_H
+
+#include <mlib/byte.h>
+
+#include <cstddef>
+#include <string>
+
+namespace mlib::test {
+
+inline std::string content(const Byte& b) {
+  if (b.GetData() == nullptr) return {};
+  return std::string(reinterpret_cast<const char*>(b.GetData()),
+                     static_cast<std::size_t>(b.GetLength()));
+}
+
+inline Byte bytesOf(const std::string& s) {
+  Byte b;
+  b.SetData(reinterpret_cast<const unsigned char*>(s.data()), static_cast<int>(s.size()));
+  return b;
+}
+
+}  // namespace mlib::test
+
+#endif  // MLIB_TESTS_BYTECONTENT_H
