@@ -172,7 +172,8 @@ WideChar* U82T(WideChar* dst, const char* src, int capacity) {
 }
 
 char* T2U8(char* dst, const WideChar* src, int capacity) {
-  if (dst == nullptr || src == nullptr || capacity < 1) return nullptr;
+  if (dst == nullptr || src == nullptr) return nullptr;
+  if (capacity < 1) return dst;  // zero-fills no bytes and converts into no room
   const int ansiBytes = clampToInt(2 * textLength(src) + 1);
   ScratchBuffer<char> ansi(static_cast<std::size_t>(ansiBytes));
   if (ansi.data() == nullptr) return nullptr;
