@@ -181,21 +181,25 @@ void String::ByteDataToHexString(const unsigned char* data, unsigned n, bool spa
   const auto at = reinterpret_cast<std::uintptr_t>(data);
   const bool dataInBuffer = buffer_ != nullptr && at >= first &&
                             at < first + std::size_t{capacity} * sizeof(WideChar);
-  WideChar* dst = buffer_;
-  if (capacity > units && !dataInBuffer) {
-    // The same buffer as an assignment of the text would keep, with the ANSI buffer.
-    detail::zeroWide(buffer_ + units, capacity - units);
-  } else {
-    dst = detail::allocWideRaw(units + 1);
-    dst[units] = 0;
-  }
+  const bool keepBuffer = capacity > units;
+  // Bytes read from this string's own buffer are rendered aside first, so the digits never
+  // overwrite bytes still to be read; then the text lands as an assignment would put it.
+  WideChar* dst = keepBuffer && !dataInBuffer ? buffer_ : detail::allocWideRaw(units + 1);
+  dst[units] = 0;
   WideChar* out = dst;
   for (unsigned i = 0; i < n; ++i) {
     *out++ = kUpperDigits[data[i] >> 4];
     *out++ = kUpperDigits[data[i] & 0xF];
     if (spaced) *out++ = ' ';
   }
-  if (dst != buffer_) {
+  if (dst == buffer_) {
+    // The same buffer as an assignment of the text would keep, with the ANSI buffer.
+    detail::zeroWide(buffer_ + units, capacity - units);
+  } else if (keepBuffer) {
+    std::memcpy(buffer_, dst, units * sizeof(WideChar));
+    detail::zeroWide(buffer_ + units, capacity - units);
+    detail::freeWide(dst);
+  } else {
     ReleaseBuffer();
     buffer_ = dst;
   }
@@ -225,8 +229,9 @@ String String::ToHexString() const {
 }
 
 int String::HexStringToByteData(unsigned char* out, unsigned size) {
-  const int capacity = size > static_cast<unsigned>(INT_MAX) ? INT_MAX : static_cast<int>(size);
-  return HexStringToByte(detail::TerminatedText(buffer_).get(), out, capacity);
+  // The room is handed on as HexStringToByte's signed capacity: from 2^31 on it reads as
+  // negative, which writes nothing and gives 0.
+  return HexStringToByte(detail::TerminatedText(buffer_).get(), out, static_cast<int>(size));
 }
 
 Byte String::HexStringToByteData() {

@@ -174,7 +174,8 @@ WideChar* U82T(WideChar* dst, const char* src, int capacity) {
 }
 
 char* T2U8(char* dst, const WideChar* src, int capacity) {
-  if (dst == nullptr || src == nullptr || capacity < 1) return nullptr;
+  if (dst == nullptr || src == nullptr) return nullptr;
+  if (capacity < 1) return dst;  // zero-fills no bytes and converts into no room
   // Room for the whole text in the ANSI code page: 2 bytes per unit, 3 in UTF-8.
   const int ansiBytes = clampToInt(platform::ansiBytesPerWideUnit() * textLength(src) + 1);
   ScratchBuffer<char> ansi(static_cast<std::size_t>(ansiBytes));

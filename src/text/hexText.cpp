@@ -39,7 +39,8 @@ constexpr HexTable kHexTable;
 
 WideChar* ByteToHexString(const unsigned char* bytes, int count, WideChar* dst,
                           unsigned capacity, bool spaced) {
-  if (dst == nullptr || capacity < 1) return nullptr;
+  if (dst == nullptr) return nullptr;
+  if (capacity < 1) return dst;  // nothing to fill, no room for a digit
   std::memset(dst, 0, static_cast<std::size_t>(capacity) * sizeof(WideChar));
   if (bytes == nullptr || count < 1) return dst;
   // Each digit is written only while the text plus it leaves the terminator's slot free;
@@ -62,7 +63,8 @@ WideChar* ByteToHexString(const unsigned char* bytes, int count, WideChar* dst,
 
 char* ByteToHex(const unsigned char* bytes, unsigned count, char* dst, unsigned capacity,
                 bool spaced) {
-  if (bytes == nullptr || dst == nullptr || capacity < 1) return nullptr;
+  if (bytes == nullptr || dst == nullptr) return nullptr;
+  if (capacity < 1) return dst;  // nothing to fill, no room for a piece
   std::memset(dst, 0, capacity);
   // Whole bytes only: a piece ("0A" or "0A ") is appended when it leaves the terminator's
   // slot free, otherwise the text ends.

@@ -11,7 +11,8 @@ using mlib::WideChar;
 namespace platform = mlib::platform;
 
 WideChar* GetCurrentPath(WideChar* dst, int capacity) {
-  if (dst == nullptr || capacity < 1) return nullptr;
+  if (dst == nullptr) return nullptr;
+  if (capacity < 1) return dst;  // nothing to fill, no room for a path
   const std::size_t room = static_cast<std::size_t>(capacity);
   mlib::detail::zeroRange(dst, 0, room);
   // The platform gets one unit less than the destination has: a path it cuts may come back

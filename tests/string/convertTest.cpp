@@ -121,8 +121,19 @@ TEST(StringConvert, BytesToHexText) {
   String self;
   self.AllocBuffer(20);
   self = MLIB_T("AB");
+  ASSERT_NE(self.toAnsi(), nullptr);
   self.ByteDataToHexString(reinterpret_cast<const unsigned char*>(self.toString()), 4, false);
   EXPECT_EQ(shown(self), "41004200");
+  // Made aside, then assigned: the roomy buffer and the ANSI buffer stay, as for outside bytes.
+  EXPECT_EQ(mlib::detail::StringAccess::capacity(self), 21u);
+  EXPECT_EQ(self.GetAnsiLength(), 2);
+  String outside;
+  outside.AllocBuffer(20);
+  outside = MLIB_T("AB");
+  ASSERT_NE(outside.toAnsi(), nullptr);
+  outside.ByteDataToHexString(bytes, 2, false);
+  EXPECT_EQ(mlib::detail::StringAccess::capacity(outside), 21u);
+  EXPECT_EQ(outside.GetAnsiLength(), 2);
 
   EXPECT_EQ(shown(String(MLIB_T("AB")).ToHexString()), "4142");
   EXPECT_EQ(shown(String().ToHexString()), kNull);
@@ -138,6 +149,11 @@ TEST(StringConvert, HexTextToBytes) {
   EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 4), std::string("\x0A\xFF\0\0", 4));
   EXPECT_EQ(s.HexStringToByteData(out, 1), 1);
   EXPECT_EQ(s.HexStringToByteData(nullptr, 4), 0);
+  // A room of 2^31 or more reads as negative once handed on: nothing written, 0.
+  out[0] = 0xEE;
+  EXPECT_EQ(s.HexStringToByteData(out, 0x80000000u), 0);
+  EXPECT_EQ(s.HexStringToByteData(out, 0xFFFFFFFFu), 0);
+  EXPECT_EQ(out[0], 0xEE);
 
   const Byte b = s.HexStringToByteData();
   EXPECT_EQ(content(b), "\x0A\xFF");

@@ -108,7 +108,9 @@ TEST(Conversions, TripsThroughAnsiKeepOnlyWhatTheCodePageHolds) {
   ASSERT_EQ(T2U8(narrow, MLIB_T("\u00E9\u4E2D"), 8), narrow);
   EXPECT_EQ(std::string(narrow), "\xC3\xA9?");
   EXPECT_EQ(U82T(nullptr, "a", 8), nullptr);
-  EXPECT_EQ(T2U8(narrow, MLIB_T("a"), 0), nullptr);
+  narrow[0] = '~';
+  EXPECT_EQ(T2U8(narrow, MLIB_T("a"), 0), narrow);  // zero-fills none, returns the destination
+  EXPECT_EQ(narrow[0], '~');
   EXPECT_EQ(U82A(narrow, nullptr, 8), nullptr);
   EXPECT_EQ(A2U8(narrow, "a", 0), nullptr);
 

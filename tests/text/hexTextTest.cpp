@@ -38,8 +38,13 @@ TEST(HexText, RenderingStopsAtTheRoom) {
   WideChar wideDst[2] = {'~', '~'};
   EXPECT_EQ(ByteToHexString(nullptr, 2, wideDst, 2, false), wideDst);
   EXPECT_EQ(wideDst[0], 0) << "filled even without bytes";
-  EXPECT_EQ(ByteToHexString(bytes, 2, wideDst, 0, false), nullptr);
-  char narrowDst[4];
+  // Capacity 0: nothing to fill, and the destination comes back.
+  wideDst[0] = '~';
+  EXPECT_EQ(ByteToHexString(bytes, 2, wideDst, 0, false), wideDst);
+  EXPECT_EQ(wideDst[0], '~');
+  char narrowDst[4] = {'~', '~', '~', '~'};
+  EXPECT_EQ(ByteToHex(bytes, 2, narrowDst, 0, false), narrowDst);
+  EXPECT_EQ(narrowDst[0], '~');
   EXPECT_EQ(ByteToHex(nullptr, 2, narrowDst, 4, false), nullptr);
 }
 

@@ -32,7 +32,9 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
                        MLIB_T("~")) << "capacity " << capacity;
   }
   EXPECT_EQ(GetCurrentPath(nullptr, 16), nullptr);
-  EXPECT_EQ(GetCurrentPath(folder, 0), nullptr);
+  folder[0] = '~';
+  EXPECT_EQ(GetCurrentPath(folder, 0), folder);  // nothing to fill: the destination back
+  EXPECT_EQ(folder[0], '~');
 }
 
 TEST(ProcessQueries, MemoryInUseIsWithinThePhysicalMemory) {
