@@ -8,6 +8,11 @@
 // (interleaving keeps page-cache state from favouring whichever write runs second). After the
 // table it prints each pair's ratio, mlib time over the alternative's, wall and CPU.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <mlib/byte.h>
+#include <mlib/files.h>
+#include <mlib/string.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,13 +21,6 @@
 #include <map>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <mlib/byte.h>
-#include <mlib/files.h>
-#include <mlib/string.h>
 
 namespace {
 

@@ -1,10 +1,10 @@
 // The byte buffer: a small file-like record taken to hexadecimal text and back, then to
 // UTF-8 and back to the ANSI code page.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
+
+#include "demo.h"
 
 namespace {
 
@@ -36,8 +36,8 @@ void demoByte() {
   std::printf("file:          %d bytes in a buffer of %d\n", file.GetLength(),
               file.GetBufferLength());
 
-  mlib::String hex = mlib::String::ByteToHexString(
-      file.GetData(), static_cast<unsigned>(file.GetLength()), true);
+  mlib::String hex =
+      mlib::String::ByteToHexString(file.GetData(), static_cast<unsigned>(file.GetLength()), true);
   std::printf("as hex:        %s\n", demoUtf8(hex.toString()).c_str());
   const mlib::Byte fromHex = hex.HexStringToByteData();
   std::printf("hex -> bytes:  %d bytes, %s\n", fromHex.GetLength(),

@@ -1,11 +1,11 @@
 // The containers: a list printed element by element, and a small map of error codes drawn as
 // its red-black tree, one line per level with each node's key and colour.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
 #include <string>
+
+#include "demo.h"
 
 namespace {
 

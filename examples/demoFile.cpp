@@ -1,14 +1,14 @@
 // The overlapped file, end to end as a host uses it: open a file it wrote in mode 0, set the
 // read callback, read, and print the MxException the callback receives; then write through
 // the same class and read the whole file back.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include "demo.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // The port probe: whether local TCP ports are free right now. (A Windows host starts
 // Windows Sockets before probing; without it every port reads as taken.)
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
+
+#include "demo.h"
 
 void demoNet() {
   std::printf("\n-- Port probe --\n");

@@ -1,10 +1,10 @@
 // The wide string's search and editing: a record line split into fields, searched,
 // counted, edited in place and compared, and an index past the buffer caught.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
+
+#include "demo.h"
 
 void demoSearch() {
   std::printf("\n-- String: search, split, edit, compare --\n");

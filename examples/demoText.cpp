@@ -1,10 +1,10 @@
 // The free text and number helpers: conversions between the ANSI code page, UTF-8 and wide
 // text, number text, hexadecimal text, hashes, the sort and the process queries.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
+
+#include "demo.h"
 
 namespace {
 
@@ -72,8 +72,8 @@ void demoText() {
   for (int i = 0; i < count; ++i) std::printf(" %02X", parsed[i]);
   std::printf("\n");
 
-  std::printf("hashes of \"abc\": %d %d %d\n", GetStringHashCode("abc"),
-              GetStringHashCodeA("abc"), GetStringHashCodeB("abc"));
+  std::printf("hashes of \"abc\": %d %d %d\n", GetStringHashCode("abc"), GetStringHashCodeA("abc"),
+              GetStringHashCodeB("abc"));
   int values[] = {5, -3, 9, 0, -3, 2};
   QuickSort(values, 0, 5);
   std::printf("QuickSort:");

@@ -1,10 +1,10 @@
 // A host program that loads mlib and walks through what it offers.
-#include "demo.h"
-
 #include <mlib/mlib.h>
 
 #include <cstdio>
 #include <vector>
+
+#include "demo.h"
 
 std::string demoUtf8(const mlib::WideChar* text) {
   if (text == nullptr) return "(null)";

@@ -50,8 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     switch (in.next() % 14) {
       case 0:
         b.SetData(scratch, k);
-        if (k > 0) model.assign(scratch, scratch + k);
-        else model.clear();
+        if (k > 0)
+          model.assign(scratch, scratch + k);
+        else
+          model.clear();
         tracked = true;
         break;
       case 1:
@@ -64,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         break;
       case 3: {
         if (b.GetLength() > (1 << 16)) break;  // doubling again and again runs out of memory
-        const Byte copy(b);  // appending a copy, then the object to itself
+        const Byte copy(b);                    // appending a copy, then the object to itself
         b += copy;
         if (tracked) {
           const std::vector<unsigned char> before(model);

@@ -9,13 +9,12 @@
 #ifndef MLIB_FILES_H
 #define MLIB_FILES_H
 
-#include <mlib/config.h>
-
-#include <cstdint>
-
 #include <mlib/byte.h>
+#include <mlib/config.h>
 #include <mlib/object.h>
 #include <mlib/string.h>
+
+#include <cstdint>
 
 namespace mlib {
 

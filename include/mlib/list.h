@@ -316,10 +316,10 @@ class MxList : public IListBase<T> {
   NODE* nodeAt(unsigned index) const noexcept;
   void destroyAll() noexcept;
 
-  NODE* first_ = nullptr;   ///< first node, or null
-  NODE* last_ = nullptr;    ///< last node, or null
-  NODE* cursor_ = nullptr;  ///< the node the cursor stands on, or null
-  unsigned count_ = 0;      ///< number of nodes
+  NODE* first_ = nullptr;                ///< first node, or null
+  NODE* last_ = nullptr;                 ///< last node, or null
+  NODE* cursor_ = nullptr;               ///< the node the cursor stands on, or null
+  unsigned count_ = 0;                   ///< number of nodes
   detail::NodePool pool_{sizeof(NODE)};  ///< where the nodes live
   static_assert(alignof(NODE) <= alignof(std::max_align_t), "nodes are packed");
 };

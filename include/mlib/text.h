@@ -137,8 +137,8 @@ MLIB_API int HexCharToDecimal(MlibWideChar c);
 MLIB_API MlibWideChar* ByteToHexString(const unsigned char* bytes, int count, MlibWideChar* dst,
                                        unsigned capacity, bool spaced);
 /// The narrow form: whole bytes only ("0A" or "0A "). Null when bytes or dst is null.
-MLIB_API char* ByteToHex(const unsigned char* bytes, unsigned count, char* dst,
-                         unsigned capacity, bool spaced);
+MLIB_API char* ByteToHex(const unsigned char* bytes, unsigned count, char* dst, unsigned capacity,
+                         bool spaced);
 /// Pairs the hexadecimal digits of text into bytes (other characters are skipped; a lone
 /// last digit makes a byte of its own). Returns the number of bytes written (at most
 /// capacity).

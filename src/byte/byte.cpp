@@ -1,13 +1,12 @@
 // Byte: storage, content, capacity and access. The ANSI/UTF-8 conversions are in
 // byteText.cpp.
 #include <mlib/byte.h>
+#include <mlib/exceptions.h>
 
 #include <climits>
 #include <cstddef>
 #include <cstring>
 #include <new>
-
-#include <mlib/exceptions.h>
 
 namespace mlib {
 
@@ -273,9 +272,8 @@ const unsigned char* Byte::GetData() const noexcept { return data_; }
 
 unsigned int Byte::GetData(unsigned char* out, unsigned int size) const noexcept {
   if (out == nullptr || size == 0) return 0;
-  const unsigned int count = size < static_cast<unsigned int>(length_)
-                                 ? size
-                                 : static_cast<unsigned int>(length_);
+  const unsigned int count =
+      size < static_cast<unsigned int>(length_) ? size : static_cast<unsigned int>(length_);
   if (count > 0) std::memcpy(out, data_, count);
   return count;
 }

@@ -1,9 +1,8 @@
 // MxAsyncFileWin and MxAsyncFile: one overlapped request per Read or Write, at the object's
 // position, with the caller's thread waiting alertably until the request's completion has
 // been delivered to its record's owner.
-#include <mlib/files.h>
-
 #include <mlib/exceptions.h>
+#include <mlib/files.h>
 
 #include <new>
 

@@ -3,6 +3,4 @@
 
 #include "platform/platform.h"
 
-int Net_IsPortBind(unsigned short port) {
-  return mlib::platform::bindTcpPortOnce(port) ? 0 : 1;
-}
+int Net_IsPortBind(unsigned short port) { return mlib::platform::bindTcpPortOnce(port) ? 0 : 1; }

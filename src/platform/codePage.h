@@ -21,14 +21,14 @@ constexpr int kErrorInvalidParameter = 87;
 // runs out it returns 0 with lastError() = kErrorInsufficientBuffer, having written the
 // units that fit. An unsupported code page or bad argument returns 0 with
 // kErrorInvalidParameter.
-[[nodiscard]] int multiByteToWide(unsigned codePage, const char* src, int srcBytes,
-                                  WideChar* dst, int dstUnits) noexcept;
+[[nodiscard]] int multiByteToWide(unsigned codePage, const char* src, int srcBytes, WideChar* dst,
+                                  int dstUnits) noexcept;
 
 // WideCharToMultiByte with flags 0, no default character override and no used-default
 // flag; the mirror of multiByteToWide. A character never lands split: when only part of a
 // multi-byte character fits, none of it is written.
-[[nodiscard]] int wideToMultiByte(unsigned codePage, const WideChar* src, int srcUnits,
-                                  char* dst, int dstBytes) noexcept;
+[[nodiscard]] int wideToMultiByte(unsigned codePage, const WideChar* src, int srcUnits, char* dst,
+                                  int dstBytes) noexcept;
 
 // The ANSI code page identifier code page 0 stands for.
 [[nodiscard]] unsigned ansiCodePage() noexcept;

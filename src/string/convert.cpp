@@ -1,7 +1,9 @@
 // String's conversions to numbers, between number bases held as text (decimal, binary and
 // hexadecimal digit strings), between bytes and hexadecimal text, and to and from UTF-8.
 // The base conversions work on 32-bit values and wrap past them.
+#include <mlib/byte.h>
 #include <mlib/string.h>
+#include <mlib/text.h>
 
 #include <climits>
 #include <cstddef>
@@ -10,9 +12,6 @@
 #include <memory>
 #include <new>
 #include <string>
-
-#include <mlib/byte.h>
-#include <mlib/text.h>
 
 #include "platform/codePage.h"
 #include "string/storage.h"
@@ -146,11 +145,11 @@ String String::HexToDecimal(const String& s) {
   const int length = s.GetLength();
   if (length == 0) return String();
   // Characters that are not hexadecimal digits count 0 but keep their position.
-  const unsigned sum = positionalSum(s.buffer_, static_cast<std::size_t>(length), 16,
-                                     [](WideChar c) noexcept {
-                                       const int value = hexDigitValue(c);
-                                       return value < 0 ? 0u : static_cast<unsigned>(value);
-                                     });
+  const unsigned sum =
+      positionalSum(s.buffer_, static_cast<std::size_t>(length), 16, [](WideChar c) noexcept {
+        const int value = hexDigitValue(c);
+        return value < 0 ? 0u : static_cast<unsigned>(value);
+      });
   return exactCopy(decimalText(static_cast<int>(sum)));
 }
 
@@ -179,8 +178,8 @@ void String::ByteDataToHexString(const unsigned char* data, unsigned n, bool spa
   const unsigned capacity = getSize();
   const auto first = reinterpret_cast<std::uintptr_t>(buffer_);
   const auto at = reinterpret_cast<std::uintptr_t>(data);
-  const bool dataInBuffer = buffer_ != nullptr && at >= first &&
-                            at < first + std::size_t{capacity} * sizeof(WideChar);
+  const bool dataInBuffer =
+      buffer_ != nullptr && at >= first && at < first + std::size_t{capacity} * sizeof(WideChar);
   const bool keepBuffer = capacity > units;
   // Bytes read from this string's own buffer are rendered aside first, so the digits never
   // overwrite bytes still to be read; then the text lands as an assignment would put it.

@@ -41,8 +41,8 @@ long long Power(int base, int exponent) {
 
 long long Divide(long long dividend, long long divisor) {
   if (divisor == 0) return 0;
-  const double quotient = asDouble(asDouble(static_cast<double>(dividend)) /
-                                   asDouble(static_cast<double>(divisor)));
+  const double quotient =
+      asDouble(asDouble(static_cast<double>(dividend)) / asDouble(static_cast<double>(divisor)));
   const long long truncated = truncateToInt64(quotient);
   const double whole = static_cast<double>(truncated);
   if (quotient > 0 && quotient - whole >= 0.5) return truncated + 1;

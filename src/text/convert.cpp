@@ -3,11 +3,11 @@
 // services with the whole zero-terminated source, terminator included.
 #include <mlib/text.h>
 
-#include "platform/platform.h"
-#include "text/textBuffers.h"
-
 #include <cstddef>
 #include <cstring>
+
+#include "platform/platform.h"
+#include "text/textBuffers.h"
 
 using mlib::WideChar;
 using mlib::detail::clampToInt;

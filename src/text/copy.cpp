@@ -2,12 +2,12 @@
 // functions, the only ones that allocate for the caller.
 #include <mlib/text.h>
 
-#include "text/textBuffers.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <new>
+
+#include "text/textBuffers.h"
 
 using mlib::WideChar;
 using mlib::detail::copyAndZeroFill;

@@ -2,10 +2,10 @@
 // wraps; the bytes count as signed or unsigned as each hash defines.
 #include <mlib/text.h>
 
-#include "text/textBuffers.h"
-
 #include <cstddef>
 #include <cstdint>
+
+#include "text/textBuffers.h"
 
 using mlib::WideChar;
 

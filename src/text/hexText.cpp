@@ -3,10 +3,10 @@
 // as it goes, so long inputs take linear time.
 #include <mlib/text.h>
 
-#include "text/textBuffers.h"
-
 #include <cstddef>
 #include <cstring>
+
+#include "text/textBuffers.h"
 
 using mlib::WideChar;
 
@@ -31,14 +31,12 @@ struct HexTable {
 constexpr HexTable kHexTable;
 
 // Value of a hexadecimal digit, or -1 for any other character.
-[[nodiscard]] int hexValue(WideChar c) noexcept {
-  return c < 128 ? kHexTable.value[c] : -1;
-}
+[[nodiscard]] int hexValue(WideChar c) noexcept { return c < 128 ? kHexTable.value[c] : -1; }
 
 }  // namespace
 
-WideChar* ByteToHexString(const unsigned char* bytes, int count, WideChar* dst,
-                          unsigned capacity, bool spaced) {
+WideChar* ByteToHexString(const unsigned char* bytes, int count, WideChar* dst, unsigned capacity,
+                          bool spaced) {
   if (dst == nullptr) return nullptr;
   if (capacity < 1) return dst;  // nothing to fill, no room for a digit
   std::memset(dst, 0, static_cast<std::size_t>(capacity) * sizeof(WideChar));

@@ -2,10 +2,10 @@
 // memory in use.
 #include <mlib/text.h>
 
+#include <cstddef>
+
 #include "platform/platform.h"
 #include "text/textBuffers.h"
-
-#include <cstddef>
 
 using mlib::WideChar;
 namespace platform = mlib::platform;

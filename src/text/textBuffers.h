@@ -6,11 +6,11 @@
 
 #include <mlib/config.h>
 
-#include "text/wideScan.h"
-
 #include <cstddef>
 #include <cstring>
 #include <new>
+
+#include "text/wideScan.h"
 
 namespace mlib::detail {
 

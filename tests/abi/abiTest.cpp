@@ -1,7 +1,6 @@
 // The library as a host sees it: linked against the shared library, public headers only.
-#include <mlib/mlib.h>
-
 #include <gtest/gtest.h>
+#include <mlib/mlib.h>
 
 TEST(Abi, FreeFunctionsAreExportedUnderPlainNames) {
   EXPECT_EQ(GetStringHashCode("a"), 97);

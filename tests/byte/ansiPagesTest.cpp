@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "ansiPageSamples.h"
-#include "platform/codePage.h"
 #include "byteContent.h"
+#include "platform/codePage.h"
 
 using mlib::Byte;
 using mlib::WideChar;
 
-using mlib::test::content;
 using mlib::test::bytesOf;
+using mlib::test::content;
 
 using mlib::test::bytesIn;
 

@@ -1,14 +1,12 @@
 // Byte: exact-fit growth, the in-place tests of the appends, SetData, capacity, access,
 // trimming and the thrown index error.
-#include <mlib/byte.h>
-
 #include <gtest/gtest.h>
+#include <mlib/byte.h>
+#include <mlib/exceptions.h>
 
 #include <climits>
 #include <cstring>
 #include <string>
-
-#include <mlib/exceptions.h>
 
 using mlib::Byte;
 
@@ -44,9 +42,13 @@ TEST(Byte, ExactFitGrowthAndTheThreeInPlaceTests) {
   EXPECT_EQ(storage(r), std::string("0123456789\0", 11));
 
   // Capacity 5, length 0: four bytes fit as a Byte (0 + 4 < 5), not through AppendData.
-  struct Row { int count; bool asByte; bool inPlace; };
-  for (const Row& row : {Row{3, false, true}, Row{4, false, false}, Row{4, true, true},
-                         Row{5, true, false}}) {
+  struct Row {
+    int count;
+    bool asByte;
+    bool inPlace;
+  };
+  for (const Row& row :
+       {Row{3, false, true}, Row{4, false, false}, Row{4, true, true}, Row{5, true, false}}) {
     SCOPED_TRACE(row.count * 10 + row.asByte);
     Byte t;
     const unsigned char* at = t.AllocBuffer(5);
@@ -202,7 +204,12 @@ TEST(Byte, ToStringTrimAndReverse) {
   EXPECT_STREQ(filled.ToString(), "wxyz");
   EXPECT_EQ(filled.GetBufferLength(), 5);
 
-  struct Row { const char* in; const char* left; const char* right; const char* both; };
+  struct Row {
+    const char* in;
+    const char* left;
+    const char* right;
+    const char* both;
+  };
   for (const Row& r : {Row{"  a b  ", "a b  ", "  a b", "a b"}, Row{"\ta ", "\ta ", "\ta", "\ta"},
                        Row{"    ", "", "", ""}}) {
     SCOPED_TRACE(r.in);
@@ -212,7 +219,8 @@ TEST(Byte, ToStringTrimAndReverse) {
     both.Trim();
     EXPECT_EQ(content(left), r.left);
     EXPECT_EQ(content(right), r.right);
-    EXPECT_EQ(storage(both), r.both + std::string(std::strlen(r.in) + 1 - std::strlen(r.both), '\0'));
+    EXPECT_EQ(storage(both),
+              r.both + std::string(std::strlen(r.in) + 1 - std::strlen(r.both), '\0'));
   }
   Byte odd("abc"), even("ab");
   odd.Reverse();

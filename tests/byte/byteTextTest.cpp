@@ -1,19 +1,18 @@
 // Byte's ANSI <-> UTF-8 conversions, checked against the code page reference tables.
-#include <mlib/byte.h>
-
 #include <gtest/gtest.h>
+#include <mlib/byte.h>
+#include <mlib/text.h>
 
 #include <fstream>
 #include <sstream>
 #include <string>
 
-#include <mlib/text.h>
 #include "byteContent.h"
 
 using mlib::Byte;
 
-using mlib::test::content;
 using mlib::test::bytesOf;
+using mlib::test::content;
 
 namespace {
 

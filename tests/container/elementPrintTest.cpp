@@ -1,12 +1,11 @@
 // ElementToString and the compile-time type lists behind the containers.
-#include <mlib/containers.h>
-
-#include "container/containerTestUtil.h"
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <climits>
 #include <string>
+
+#include "container/containerTestUtil.h"
 
 namespace mlib {
 namespace {

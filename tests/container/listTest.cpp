@@ -1,11 +1,10 @@
 // MxList: adding, indexed access, the cursor, removal, copying and printing.
+#include <gtest/gtest.h>
 #include <mlib/containers.h>
 
-#include "container/containerTestUtil.h"
-
-#include <gtest/gtest.h>
-
 #include <vector>
+
+#include "container/containerTestUtil.h"
 
 namespace mlib {
 namespace {

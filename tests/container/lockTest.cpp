@@ -1,13 +1,12 @@
 // MxLock, MxSyncBase and MxContainerBase.
-#include <mlib/containers.h>
-
-#include "container/containerTestUtil.h"
-#include "platform/sync.h"
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <atomic>
 #include <thread>
+
+#include "container/containerTestUtil.h"
+#include "platform/sync.h"
 
 namespace mlib::detail {
 // Test hook: lets a test ask the platform lock directly whether it could be taken.

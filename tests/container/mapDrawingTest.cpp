@@ -1,9 +1,8 @@
 // MxMap::PrintToString: the tree picture, character for character.
+#include <gtest/gtest.h>
 #include <mlib/containers.h>
 
 #include "container/containerTestUtil.h"
-
-#include <gtest/gtest.h>
 
 namespace mlib {
 namespace {

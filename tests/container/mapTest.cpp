@@ -1,15 +1,14 @@
 // MxMap: lookups, the hash per key type, the red-black tree under long random sequences, the
 // post-order iteration and RemoveCurrent.
-#include <mlib/containers.h>
-
-#include "container/containerTestUtil.h"
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <map>
 #include <random>
 #include <set>
 #include <vector>
+
+#include "container/containerTestUtil.h"
 
 namespace mlib {
 namespace {

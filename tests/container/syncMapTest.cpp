@@ -1,14 +1,13 @@
 // SyncMap: every operation under the map's lock, from several threads at once.
-#include <mlib/containers.h>
-
-#include "container/containerTestUtil.h"
-
 #include <gtest/gtest.h>
+#include <mlib/containers.h>
 
 #include <atomic>
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include "container/containerTestUtil.h"
 
 namespace mlib {
 namespace {

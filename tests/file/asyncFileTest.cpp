@@ -2,14 +2,12 @@
 // callbacks, the positional rule, Seek bounds, the whole-file read, closing, reopening,
 // copying and the completion routine's handling of records. Contents are checked with std
 // streams; byte counts and codes come from the callbacks.
-#include <mlib/files.h>
-
 #include <gtest/gtest.h>
+#include <mlib/exceptions.h>
+#include <mlib/files.h>
 
 #include <string>
 #include <vector>
-
-#include <mlib/exceptions.h>
 
 #include "file/tempFiles.h"
 #include "platform/platform.h"

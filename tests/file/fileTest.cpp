@@ -1,14 +1,13 @@
 // MxFile over the C library's streams: opening and the five modes, the positional rule, the
 // whole-file read and write, closing and copying. File contents are checked with std streams.
-#include <mlib/files.h>
-
 #include <gtest/gtest.h>
+#include <mlib/files.h>
 
 #include <string>
 
+#include "byteContent.h"
 #include "file/tempFiles.h"
 #include "platform/platform.h"
-#include "byteContent.h"
 
 using mlib::Byte;
 using mlib::MxFile;

@@ -4,6 +4,8 @@
 #ifndef MLIB_TESTS_FILE_TEMPFILES_H
 #define MLIB_TESTS_FILE_TEMPFILES_H
 
+#include <mlib/string.h>
+
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -11,8 +13,6 @@
 #include <iterator>
 #include <random>
 #include <string>
-
-#include <mlib/string.h>
 
 namespace mlib::test {
 

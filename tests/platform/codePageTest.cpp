@@ -231,7 +231,8 @@ TEST(CodePage, Utf8AsTheAnsiPageMatchesOracle) {
 // The inputs the answer files leave out: there the incomplete sequence swallowed the
 // terminator. Here it becomes U+FFFD and the terminator follows.
 TEST(CodePage, IncompleteUtf8BeforeTerminatorBecomesReplacementChar) {
-  if (test::kSystemConversions) GTEST_SKIP() << "the system decides; under Wine an incomplete sequence swallows the terminator";
+  if (test::kSystemConversions)
+    GTEST_SKIP() << "the system decides; under Wine an incomplete sequence swallows the terminator";
   struct Row {
     const char* in;
     Units want;
@@ -251,8 +252,7 @@ TEST(CodePage, IncompleteUtf8BeforeTerminatorBecomesReplacementChar) {
       {"AB\xE2", MLIB_T("AB\uFFFD")},
       {"\xF0"
        "A",
-       MLIB_T("\uFFFD")
-       "A"},
+       MLIB_T("\uFFFD") "A"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.in);
@@ -416,7 +416,8 @@ void checkLongTexts(unsigned codePage, const char* toWideFile, const char* fromW
 }
 
 TEST_P(EveryAnsiPage, LongTextsConvertCharacterByCharacter) {
-  if (test::kSystemConversions) GTEST_SKIP() << "what a too-small room receives is the system's own answer";
+  if (test::kSystemConversions)
+    GTEST_SKIP() << "what a too-small room receives is the system's own answer";
   const unsigned codePage = GetParam();
   checkLongTexts(codePage, toWideFile(codePage).c_str(), fromWideFile(codePage).c_str());
 }
@@ -432,7 +433,8 @@ TEST(CodePage, LongUtf8TextsConvertCharacterByCharacter) {
 // A short text per code page and direction whose characters have different sizes; for
 // each room too small, exactly the whole characters that fit are written.
 TEST(CodePage, TooSmallRoomWritesWholeCharactersOnly) {
-  if (test::kSystemConversions) GTEST_SKIP() << "what a too-small room receives is the system's own answer";
+  if (test::kSystemConversions)
+    GTEST_SKIP() << "what a too-small room receives is the system's own answer";
   struct Row {
     unsigned codePage;
     Bytes bytes;                        // terminator included
@@ -521,9 +523,10 @@ TEST(CodePage, ExplicitLengthConvertsZerosAndStopsExactly) {
        Units(MLIB_T("?\0A"), 3), "lead byte before a zero"},
       {936, Bytes("A\x81", 2), Units(MLIB_T("A?"), 2), "lead byte at the very end"},
       {936, Bytes("\xD6\xD0\xCE", 3), Units(MLIB_T("\u4E2D?"), 2), "pair, then a cut pair"},
-      {kUtf8CodePage, Bytes("\xE2\x82", 2), Units(MLIB_T("\uFFFD"), 1), "sequence cut by the length"},
-      {kUtf8CodePage, Bytes("\xF0\x9F\x98\x80\0\xC3\xA9", 7), Units(MLIB_T("\U0001F600\0\u00E9"), 4),
-       "zero between characters"},
+      {kUtf8CodePage, Bytes("\xE2\x82", 2), Units(MLIB_T("\uFFFD"), 1),
+       "sequence cut by the length"},
+      {kUtf8CodePage, Bytes("\xF0\x9F\x98\x80\0\xC3\xA9", 7),
+       Units(MLIB_T("\U0001F600\0\u00E9"), 4), "zero between characters"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.why);
@@ -567,10 +570,13 @@ TEST(CodePage, BadArgumentsAndUnknownCodePagesFailWith87) {
       {[](WideChar*, char*) { return wideToMultiByte(12345, MLIB_T("A"), -1, nullptr, 0); },
        "count back"},
       {[](WideChar*, char* b) { return wideToMultiByte(1252, nullptr, -1, b, 8); }, "no source"},
-      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), 0, b, 8); }, "length 0 back"},
-      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), -3, b, 8); }, "length -3"},
+      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), 0, b, 8); },
+       "length 0 back"},
+      {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), -3, b, 8); },
+       "length -3"},
       {[](WideChar*, char* b) { return wideToMultiByte(1252, MLIB_T("A"), -1, b, -1); }, "room -1"},
-      {[](WideChar*, char*) { return wideToMultiByte(936, MLIB_T("A"), -1, nullptr, 8); }, "no buffer"},
+      {[](WideChar*, char*) { return wideToMultiByte(936, MLIB_T("A"), -1, nullptr, 8); },
+       "no buffer"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.why);
@@ -645,7 +651,8 @@ TEST(CodePage, AnsiSettingIsSafeAcrossThreads) {
         if (now != 936 && now != 1252) ++wrong;
         // Whichever page is current, 'A' stays 'A'.
         WideChar unit[2] = {};
-        if (multiByteToWide(kAnsiCodePage, "A", -1, unit, 2) != 2 || unit[0] != MLIB_T('A')) ++wrong;
+        if (multiByteToWide(kAnsiCodePage, "A", -1, unit, 2) != 2 || unit[0] != MLIB_T('A'))
+          ++wrong;
       }
     });
   }

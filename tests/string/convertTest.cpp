@@ -1,16 +1,14 @@
 // String's number reading, radix conversions, byte <-> hexadecimal text and UTF-8.
-#include <mlib/string.h>
-
 #include <gtest/gtest.h>
+#include <mlib/byte.h>
+#include <mlib/string.h>
+#include <mlib/text.h>
 
 #include <climits>
 #include <string>
 
-#include <mlib/byte.h>
-#include <mlib/text.h>
-
-#include "string/storage.h"
 #include "byteContent.h"
+#include "string/storage.h"
 
 using mlib::Byte;
 using mlib::String;
@@ -56,7 +54,11 @@ TEST(StringConvert, RadixConversions) {
   const Conversion decToHex{&String::DecimalToHex, &String::DecimalToHex};
   const Conversion hexToBin{&String::HexToBinary, &String::HexToBinary};
   const Conversion hexToDec{&String::HexToDecimal, &String::HexToDecimal};
-  struct Row { const Conversion* conversion; const WideChar* in; const char* want; };
+  struct Row {
+    const Conversion* conversion;
+    const WideChar* in;
+    const char* want;
+  };
   const Row rows[] = {
       {&toBin, MLIB_T("5"), "00000101"},
       {&toBin, nullptr, "00000000"},
@@ -184,11 +186,13 @@ TEST(StringConvert, FromUtf8CutsAtUnits) {
   const String pair = String::FromUtf8("x\xF0\x9F\x98\x80");
   ASSERT_EQ(pair.GetLength(), 3);
   EXPECT_EQ(pair.toString()[2], 0xDE00);
-  EXPECT_EQ(String::FromUtf8(reinterpret_cast<const unsigned char*>("\xF0\x9F\x98\x80"), 1)
-                .toString()[0],
-            0xD83D);
+  EXPECT_EQ(
+      String::FromUtf8(reinterpret_cast<const unsigned char*>("\xF0\x9F\x98\x80"), 1).toString()[0],
+      0xD83D);
 
-  const String bad = String::FromUtf8("a\xFF" "b");
+  const String bad = String::FromUtf8(
+      "a\xFF"
+      "b");
   ASSERT_EQ(bad.GetLength(), 3);
   EXPECT_EQ(bad.toString()[1], 0xFFFD);
 }

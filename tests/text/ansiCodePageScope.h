@@ -13,9 +13,9 @@ struct AnsiCodePageScope {
   const bool active;
 };
 
-#define MLIB_USE_ANSI_CODE_PAGE(codePage)                    \
-  AnsiCodePageScope ansiCodePageScope_(codePage);            \
-  if (!ansiCodePageScope_.active)                            \
+#define MLIB_USE_ANSI_CODE_PAGE(codePage)         \
+  AnsiCodePageScope ansiCodePageScope_(codePage); \
+  if (!ansiCodePageScope_.active)                 \
   GTEST_SKIP() << "ANSI code page " << (codePage) << " is not the active one here"
 
 #endif  // MLIB_TESTS_TEXT_ANSICODEPAGESCOPE_H

@@ -1,13 +1,12 @@
 // The conversions of <mlib/text.h> between the ANSI code page, UTF-8 and UTF-16. Expected
 // bytes come from the code page tables: in 1252, 0x80 is the euro sign and U+0100 falls
 // back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
+#include <gtest/gtest.h>
 #include <mlib/text.h>
 
-#include "text/ansiCodePageScope.h"
-
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
@@ -15,12 +14,15 @@ using WideString = std::basic_string<WideChar>;
 TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
   MLIB_USE_ANSI_CODE_PAGE(1252);
   // Each row: capacity, then the whole 6-unit buffer after the call (canaries are '~').
-  const struct { const char* src; int capacity; WideString want; } toWide[] = {
-      {"abcd", 5, WideString(MLIB_T("abcd\0~"), 6)},  // needs exactly 5: fits whole
-      {"abcd", 4, WideString(MLIB_T("abc\0~~"), 6)},
-      {"ab", 5, WideString(MLIB_T("ab\0\0\0~"), 6)},
-      {"", 2, WideString(MLIB_T("\0\0~~~~"), 6)},
-      {"\x80\xE9", 3, WideString(MLIB_T("\u20AC\u00E9\0~~~"), 6)}};
+  const struct {
+    const char* src;
+    int capacity;
+    WideString want;
+  } toWide[] = {{"abcd", 5, WideString(MLIB_T("abcd\0~"), 6)},  // needs exactly 5: fits whole
+                {"abcd", 4, WideString(MLIB_T("abc\0~~"), 6)},
+                {"ab", 5, WideString(MLIB_T("ab\0\0\0~"), 6)},
+                {"", 2, WideString(MLIB_T("\0\0~~~~"), 6)},
+                {"\x80\xE9", 3, WideString(MLIB_T("\u20AC\u00E9\0~~~"), 6)}};
   for (const auto& r : toWide) {
     for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
       WideString dst(6, '~');
@@ -28,10 +30,16 @@ TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
       EXPECT_EQ(dst, r.want) << r.src << " into " << r.capacity;
     }
   }
-  const struct { const WideChar* src; int capacity; std::string want; } toAnsi[] = {
-      {MLIB_T("abcd"), 5, std::string("abcd\0~", 6)},
-      {MLIB_T("abcd"), 4, std::string("abc\0~~", 6)},
-      {MLIB_T("\u20AC\u0100\u4E2D"), 5, std::string("\x80" "A?\0\0~", 6)}};
+  const struct {
+    const WideChar* src;
+    int capacity;
+    std::string want;
+  } toAnsi[] = {{MLIB_T("abcd"), 5, std::string("abcd\0~", 6)},
+                {MLIB_T("abcd"), 4, std::string("abc\0~~", 6)},
+                {MLIB_T("\u20AC\u0100\u4E2D"), 5,
+                 std::string("\x80"
+                             "A?\0\0~",
+                             6)}};
   for (const auto& r : toAnsi) {
     for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
       std::string dst(6, '~');
@@ -50,11 +58,13 @@ TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
 
 TEST(Conversions, DoubleByteCharactersAreNeverSplitByACut) {
   MLIB_USE_ANSI_CODE_PAGE(936);
-  const struct { int capacity; std::string want; } rows[] = {
-      {5, std::string("\xD6\xD0\xCE\xC4\0", 5)},
-      {4, std::string("\xD6\xD0\0\0", 4)},  // the second character would need slot 3 too
-      {3, std::string("\xD6\xD0\0", 3)},
-      {2, std::string("\0\0", 2)}};
+  const struct {
+    int capacity;
+    std::string want;
+  } rows[] = {{5, std::string("\xD6\xD0\xCE\xC4\0", 5)},
+              {4, std::string("\xD6\xD0\0\0", 4)},  // the second character would need slot 3 too
+              {3, std::string("\xD6\xD0\0", 3)},
+              {2, std::string("\0\0", 2)}};
   for (const auto& r : rows) {
     std::string dst(static_cast<std::size_t>(r.capacity), '~');
     ASSERT_EQ(WideToANSI(&dst[0], MLIB_T("\u4E2D\u6587"), r.capacity), &dst[0]);

@@ -1,7 +1,6 @@
 // The copy helpers and buffer re-sizing of <mlib/text.h>.
-#include <mlib/text.h>
-
 #include <gtest/gtest.h>
+#include <mlib/text.h>
 
 #include <cstring>
 #include <string>
@@ -13,9 +12,13 @@ TEST(CopyHelpers, WideCopiesZeroFillCutAndRefuseBadArguments) {
   using WideCopy = WideChar* (*)(WideChar*, const WideChar*, int);
   for (WideCopy copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) {
     // capacity, then the whole buffer afterwards: text, zero fill, untouched canaries.
-    const struct { int capacity; WideString want; } rows[] = {
-        {4, WideString(MLIB_T("abc\0~~~~"), 8)},  {7, WideString(MLIB_T("abcdef\0~"), 8)},
-        {8, WideString(MLIB_T("abcdef\0\0"), 8)}, {1, WideString(MLIB_T("\0~~~~~~~"), 8)}};
+    const struct {
+      int capacity;
+      WideString want;
+    } rows[] = {{4, WideString(MLIB_T("abc\0~~~~"), 8)},
+                {7, WideString(MLIB_T("abcdef\0~"), 8)},
+                {8, WideString(MLIB_T("abcdef\0\0"), 8)},
+                {1, WideString(MLIB_T("\0~~~~~~~"), 8)}};
     for (const auto& r : rows) {
       WideString dst(8, '~');
       ASSERT_EQ(copy(&dst[0], MLIB_T("abcdef"), r.capacity), &dst[0]);
@@ -35,9 +38,12 @@ TEST(CopyHelpers, WideCopiesZeroFillCutAndRefuseBadArguments) {
 }
 
 TEST(CopyHelpers, StrCpyNCopiesCountOrCapacityMinusOne) {
-  const struct { int count, capacity; WideString want; } rows[] = {
-      {2, 10, WideString(MLIB_T("ab\0~"), 4)},      {10, 4, WideString(MLIB_T("abc\0~"), 5)},
-      {4, 4, WideString(MLIB_T("abc\0~"), 5)},      {20, 30, WideString(MLIB_T("abcdef\0~"), 8)},
+  const struct {
+    int count, capacity;
+    WideString want;
+  } rows[] = {
+      {2, 10, WideString(MLIB_T("ab\0~"), 4)}, {10, 4, WideString(MLIB_T("abc\0~"), 5)},
+      {4, 4, WideString(MLIB_T("abc\0~"), 5)}, {20, 30, WideString(MLIB_T("abcdef\0~"), 8)},
       {-3, 5, WideString(MLIB_T("\0~"), 2)},  // a negative count copies nothing
   };
   for (const auto& r : rows) {

@@ -1,14 +1,13 @@
 // Number text of <mlib/text.h>: rendering, parsing, the decimal-number test and hex digits.
-#include <mlib/text.h>
-
-#include "text/ansiCodePageScope.h"
-
 #include <gtest/gtest.h>
+#include <mlib/text.h>
 
 #include <climits>
 #include <clocale>
 #include <limits>
 #include <string>
+
+#include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
@@ -18,18 +17,22 @@ TEST(NumberText, NumbersRenderLikeTheCRuntimeInAnyLocale) {
   // is installed, everything below runs under it.
   if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
   WideChar dst[40];
-  const struct { long long value; const WideChar* want; } integers[] = {
-      {0, MLIB_T("0")}, {-42, MLIB_T("-42")}, {INT_MIN, MLIB_T("-2147483648")}};
+  const struct {
+    long long value;
+    const WideChar* want;
+  } integers[] = {{0, MLIB_T("0")}, {-42, MLIB_T("-42")}, {INT_MIN, MLIB_T("-2147483648")}};
   for (const auto& r : integers) {
     EXPECT_EQ(WideString(ITOA(static_cast<int>(r.value), 99, dst, 40)), r.want);
     EXPECT_EQ(WideString(I64TOA(r.value, dst, 40)), r.want);
   }
   EXPECT_EQ(WideString(I64TOA(LLONG_MIN, dst, 40)), MLIB_T("-9223372036854775808"));
-  const struct { double value; const WideChar* want; } doubles[] = {
-      {3.5, MLIB_T("3.500000")},
-      {-0.25, MLIB_T("-0.250000")},
-      {0.0000005000001, MLIB_T("0.000001")},
-      {1e20, MLIB_T("100000000000000000000.000000")}};
+  const struct {
+    double value;
+    const WideChar* want;
+  } doubles[] = {{3.5, MLIB_T("3.500000")},
+                 {-0.25, MLIB_T("-0.250000")},
+                 {0.0000005000001, MLIB_T("0.000001")},
+                 {1e20, MLIB_T("100000000000000000000.000000")}};
   for (const auto& r : doubles) EXPECT_EQ(WideString(FTOA(r.value, dst, 40)), r.want);
   EXPECT_EQ(ATOF(MLIB_T("2.5")), 2.5);
   std::setlocale(LC_ALL, "C");
@@ -44,16 +47,19 @@ TEST(NumberText, NumbersRenderLikeTheCRuntimeInAnyLocale) {
 }
 
 TEST(NumberText, IntegerParsingFollowsAtoiAndSaturates) {
-  const struct { const WideChar* text; int want32; long long want64; } rows[] = {
-      {MLIB_T("  42abc"), 42, 42},
-      {MLIB_T("\t\n-17"), -17, -17},
-      {MLIB_T("+5"), 5, 5},
-      {MLIB_T("- 5"), 0, 0},
-      {MLIB_T(""), 0, 0},
-      {MLIB_T("2147483648"), INT_MAX, 2147483648LL},
-      {MLIB_T("-2147483649"), INT_MIN, -2147483649LL},
-      {MLIB_T("9223372036854775808"), INT_MAX, LLONG_MAX},
-      {MLIB_T("-99999999999999999999999"), INT_MIN, LLONG_MIN}};
+  const struct {
+    const WideChar* text;
+    int want32;
+    long long want64;
+  } rows[] = {{MLIB_T("  42abc"), 42, 42},
+              {MLIB_T("\t\n-17"), -17, -17},
+              {MLIB_T("+5"), 5, 5},
+              {MLIB_T("- 5"), 0, 0},
+              {MLIB_T(""), 0, 0},
+              {MLIB_T("2147483648"), INT_MAX, 2147483648LL},
+              {MLIB_T("-2147483649"), INT_MIN, -2147483649LL},
+              {MLIB_T("9223372036854775808"), INT_MAX, LLONG_MAX},
+              {MLIB_T("-99999999999999999999999"), INT_MIN, LLONG_MIN}};
   for (const auto& r : rows) {
     SCOPED_TRACE(testing::PrintToString(WideString(r.text)));
     EXPECT_EQ(ATOI(r.text), r.want32);
@@ -69,11 +75,13 @@ TEST(NumberText, IntegerParsingFollowsAtoiAndSaturates) {
 
 TEST(NumberText, DoubleParsingReadsDecimalNotationOnly) {
   const double inf = std::numeric_limits<double>::infinity();
-  const struct { const WideChar* text; double want; } rows[] = {
-      {MLIB_T("  -1.5e3x"), -1500.0}, {MLIB_T("+.5"), 0.5},    {MLIB_T("7."), 7.0},
-      {MLIB_T("2E-2"), 0.02},         {MLIB_T("1e+"), 1.0},    {MLIB_T("."), 0.0},
-      {MLIB_T("0x10"), 0.0},          {MLIB_T("inf"), 0.0},    {MLIB_T("1,5"), 1.0},
-      {MLIB_T("1e-400"), 0.0},        {MLIB_T("1e400"), inf},  {MLIB_T("-1e400"), -inf}};
+  const struct {
+    const WideChar* text;
+    double want;
+  } rows[] = {{MLIB_T("  -1.5e3x"), -1500.0}, {MLIB_T("+.5"), 0.5},   {MLIB_T("7."), 7.0},
+              {MLIB_T("2E-2"), 0.02},         {MLIB_T("1e+"), 1.0},   {MLIB_T("."), 0.0},
+              {MLIB_T("0x10"), 0.0},          {MLIB_T("inf"), 0.0},   {MLIB_T("1,5"), 1.0},
+              {MLIB_T("1e-400"), 0.0},        {MLIB_T("1e400"), inf}, {MLIB_T("-1e400"), -inf}};
   for (const auto& r : rows) {
     EXPECT_EQ(ATOF(r.text), r.want) << testing::PrintToString(WideString(r.text));
   }
@@ -81,10 +89,12 @@ TEST(NumberText, DoubleParsingReadsDecimalNotationOnly) {
 }
 
 TEST(NumberText, DigitTests) {
-  const struct { const WideChar* text; bool want; } rows[] = {
-      {MLIB_T("12.5"), true}, {MLIB_T("007"), true},  {MLIB_T("12."), false},
-      {MLIB_T(".5"), false},  {MLIB_T("1.2.3"), false}, {MLIB_T("-1"), false},
-      {MLIB_T(""), false},    {MLIB_T("1e5"), false}, {MLIB_T("\uFF11"), false}};
+  const struct {
+    const WideChar* text;
+    bool want;
+  } rows[] = {{MLIB_T("12.5"), true}, {MLIB_T("007"), true},    {MLIB_T("12."), false},
+              {MLIB_T(".5"), false},  {MLIB_T("1.2.3"), false}, {MLIB_T("-1"), false},
+              {MLIB_T(""), false},    {MLIB_T("1e5"), false},   {MLIB_T("\uFF11"), false}};
   for (const auto& r : rows) {
     EXPECT_EQ(IsNumber(r.text), r.want) << testing::PrintToString(WideString(r.text));
   }

@@ -1,7 +1,6 @@
 // The process queries of <mlib/text.h>: the executable's folder and the memory in use.
-#include <mlib/text.h>
-
 #include <gtest/gtest.h>
+#include <mlib/text.h>
 
 #include <filesystem>
 #include <fstream>
@@ -19,7 +18,8 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
   const std::filesystem::path dir = std::filesystem::u8path(WideToUtf8(utf8, folder, 4096));
   EXPECT_TRUE(text.back() == '/' || text.back() == '\\') << utf8;
   EXPECT_TRUE(std::filesystem::exists(dir / "mlib_text_tests") ||
-              std::filesystem::exists(dir / "mlib_text_tests.exe")) << utf8;
+              std::filesystem::exists(dir / "mlib_text_tests.exe"))
+      << utf8;
 
   // A short room cuts the path first, then after its last separator.
   for (int capacity : {2, 4, 9, static_cast<int>(text.size()) + 1}) {
@@ -28,8 +28,9 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
     if (cut != WideString::npos) want.resize(cut + 1);  // without a separator it stays whole
     WideString dst(static_cast<std::size_t>(capacity) + 1, '~');
     ASSERT_EQ(GetCurrentPath(&dst[0], capacity), &dst[0]);
-    EXPECT_EQ(dst, want + WideString(static_cast<std::size_t>(capacity) - want.size(), 0) +
-                       MLIB_T("~")) << "capacity " << capacity;
+    EXPECT_EQ(dst,
+              want + WideString(static_cast<std::size_t>(capacity) - want.size(), 0) + MLIB_T("~"))
+        << "capacity " << capacity;
   }
   EXPECT_EQ(GetCurrentPath(nullptr, 16), nullptr);
   folder[0] = '~';

@@ -1,7 +1,6 @@
 // The integer sort of <mlib/text.h>, against std::sort.
-#include <mlib/text.h>
-
 #include <gtest/gtest.h>
+#include <mlib/text.h>
 
 #include <algorithm>
 #include <climits>
@@ -27,9 +26,12 @@ TEST(QuickSort, MatchesStdSort) {
   for (int& v : random) v = static_cast<int>(generator());
   for (int& v : few) v = static_cast<int>(generator() % 4);
   for (std::size_t i = 0; i < ascending.size(); ++i) ascending[i] = static_cast<int>(i);
-  std::vector<std::vector<int>> cases = {
-      random, few, ascending, {ascending.rbegin(), ascending.rend()},
-      std::vector<int>(30000, 7), {INT_MAX, INT_MIN, 0, INT_MIN, INT_MAX, -1, 1}};
+  std::vector<std::vector<int>> cases = {random,
+                                         few,
+                                         ascending,
+                                         {ascending.rbegin(), ascending.rend()},
+                                         std::vector<int>(30000, 7),
+                                         {INT_MAX, INT_MIN, 0, INT_MIN, INT_MAX, -1, 1}};
   for (std::vector<int>& values : cases) {
     std::vector<int> want = values;
     std::sort(want.begin(), want.end());

@@ -10,7 +10,10 @@
 
 #include "platform/file.h"
 
+#include <fcntl.h>
 #include <mlib/files.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -20,10 +23,6 @@
 #include <mutex>
 #include <new>
 #include <vector>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/codePage.h"
 

@@ -5,11 +5,12 @@
 
 #include "platform/process.h"
 
-#include "platform/codePage.h"
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <unistd.h>
+
+#include "platform/codePage.h"
 
 namespace mlib::platform {
 

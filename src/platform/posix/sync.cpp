@@ -19,7 +19,7 @@ namespace mlib::platform {
 namespace {
 
 struct PosixRecursiveLock {
-  pthread_mutex_t mutex;               // held, once, by the owner
+  pthread_mutex_t mutex;              // held, once, by the owner
   std::atomic<std::uintptr_t> owner;  // pthread_self of the holding thread, 0 when free
   unsigned depth;                     // levels held by the owner; touched only by it
 };

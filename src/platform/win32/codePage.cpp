@@ -1,7 +1,7 @@
 // Code page conversions, forwarded to Win32.
-#include "platform/win32/win32.h"
-
 #include "platform/codePage.h"
+
+#include "platform/win32/win32.h"
 
 namespace mlib::platform {
 

@@ -2,14 +2,14 @@
 // the system's calling convention that passes the completion on to the caller's routine; the
 // caller's routine travels in the record's event word, which these two calls leave to the
 // application.
-#include "platform/win32/win32.h"
-
 #include "platform/file.h"
 
 #include <mlib/files.h>
 
 #include <cstddef>
 #include <cstdio>
+
+#include "platform/win32/win32.h"
 
 namespace mlib::platform {
 

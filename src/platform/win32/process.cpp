@@ -1,7 +1,7 @@
 // Process queries and the last error, forwarded to Win32.
-#include "platform/win32/win32.h"
-
 #include "platform/process.h"
+
+#include "platform/win32/win32.h"
 
 namespace mlib::platform {
 

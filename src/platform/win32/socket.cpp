@@ -1,10 +1,10 @@
 // The port probe on Windows Sockets. The host starts Windows Sockets; the library never
 // does, so without it the socket call fails and the probe reports the port as taken.
-#include "platform/win32/win32.h"
-
 #include "platform/socket.h"
 
 #include <winsock2.h>
+
+#include "platform/win32/win32.h"
 
 namespace mlib::platform {
 

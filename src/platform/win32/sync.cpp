@@ -1,10 +1,10 @@
 // The recursive lock for Windows: a critical section. Its owning-thread field tells whether
 // the calling thread holds it, so a release by any other thread can be refused.
-#include "platform/win32/win32.h"
-
 #include "platform/sync.h"
 
 #include <new>
+
+#include "platform/win32/win32.h"
 
 namespace mlib::platform {
 namespace {

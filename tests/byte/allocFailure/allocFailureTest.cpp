@@ -1,9 +1,8 @@
 // Byte when an allocation fails: the allocator's exception reaches the caller and the object
 // is left exactly as it was. This program replaces the global allocation operators with
 // ones that can be told to fail.
-#include <mlib/byte.h>
-
 #include <gtest/gtest.h>
+#include <mlib/byte.h>
 
 #include <cstdlib>
 #include <functional>

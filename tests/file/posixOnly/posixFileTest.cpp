@@ -1,9 +1,14 @@
 // What only a POSIX system lets a test set up: a FIFO in place of a file, and a file size
 // limit (RLIMIT_FSIZE) that makes writes fail part way. Each limited run happens in a child
 // process, so the limit never reaches the test program's own output.
-#include <mlib/files.h>
-
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <mlib/exceptions.h>
+#include <mlib/files.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -12,14 +17,6 @@
 #include <future>
 #include <string>
 #include <thread>
-
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <mlib/exceptions.h>
 
 #include "file/tempFiles.h"
 #include "platform/platform.h"

@@ -1,10 +1,10 @@
 // Test sockets through POSIX calls.
-#include "nativeSocket.h"
-
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "nativeSocket.h"
 
 bool startSocketLayer() { return false; }
 void stopSocketLayer() {}

@@ -1,7 +1,7 @@
 // Test sockets through Windows Sockets.
-#include "nativeSocket.h"
-
 #include <winsock2.h>
+
+#include "nativeSocket.h"
 
 bool startSocketLayer() {
   WSADATA data;

@@ -1,9 +1,8 @@
 // Net_IsPortBind of <mlib/net.h>, against sockets made with the system's own calls.
+#include <gtest/gtest.h>
 #include <mlib/net.h>
 
 #include "nativeSocket.h"
-
-#include <gtest/gtest.h>
 
 TEST(NetIsPortBind, ListeningPortIsTakenUntilClosed) {
   const bool started = startSocketLayer();
