@@ -4,6 +4,7 @@
 #ifndef MLIB_TESTS_ANSIPAGESAMPLES_H
 #define MLIB_TESTS_ANSIPAGESAMPLES_H
 
+#include <gtest/gtest.h>
 #include <mlib/config.h>
 
 #include <cstddef>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "platform/codePage.h"
+#include "text/ansiCodePageScope.h"
 
 namespace mlib::test {
 
@@ -43,6 +45,22 @@ inline std::string bytesIn(unsigned codePage, const WideChar* text) {
   std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
   (void)platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
   return std::string(bytes.data());
+}
+
+// Runs check(sample) for every sample whose page can be made the ANSI code page (where the
+// page cannot be chosen, on Windows, only the active page's), with that page active, and
+// restores the previous page after each. Gives how many samples ran.
+template <typename Check>
+int forEachAnsiPageSample(Check check) {
+  int tried = 0;
+  for (const AnsiPageSample& sample : kAnsiPageSamples) {
+    SCOPED_TRACE(sample.codePage);
+    AnsiCodePageScope scope(sample.codePage);
+    if (!scope.active) continue;
+    ++tried;
+    check(sample);
+  }
+  return tried;
 }
 
 }  // namespace mlib::test

@@ -21,12 +21,7 @@ namespace {
 using WideString = std::basic_string<WideChar>;
 
 TEST(AnsiPages, TripsThroughTheAnsiPageKeepTheTextWhole) {
-  int tried = 0;
-  for (const auto& sample : mlib::test::kAnsiPageSamples) {
-    SCOPED_TRACE(sample.codePage);
-    AnsiCodePageScope scope(sample.codePage);
-    if (!scope.active) continue;
-    ++tried;
+  const int tried = mlib::test::forEachAnsiPageSample([](const mlib::test::AnsiPageSample& sample) {
     const std::string utf8 = bytesIn(mlib::platform::kUtf8CodePage, sample.text);
     const std::string ansi = bytesIn(sample.codePage, sample.text);
     std::vector<char> narrow(utf8.size() + 8, '~');
@@ -41,7 +36,7 @@ TEST(AnsiPages, TripsThroughTheAnsiPageKeepTheTextWhole) {
     narrow.assign(utf8.size() + 1, '~');
     ASSERT_EQ(A2U8(narrow.data(), ansi.c_str(), static_cast<int>(narrow.size())), narrow.data());
     EXPECT_EQ(std::string(narrow.data()), utf8);
-  }
+  });
   EXPECT_GE(tried, 1) << "no sample for the active ANSI code page " << GetAnsiCodePage();
 }
 
