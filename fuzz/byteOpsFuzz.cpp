@@ -9,20 +9,14 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzzInput.h"
+
 namespace {
 
 using mlib::Byte;
 
-struct Input {
-  const std::uint8_t* data;
-  std::size_t size;
-  std::size_t at = 0;
-
-  bool more() const { return at < size; }
-  std::uint8_t next() { return at < size ? data[at++] : 0; }
-  // A count that is usually small, sometimes negative.
-  int count() { return static_cast<int>(static_cast<std::int8_t>(next())) % 40; }
-};
+// A count that is usually small, sometimes negative.
+int nextCount(FuzzInput& in) { return static_cast<int>(static_cast<std::int8_t>(in.next())) % 40; }
 
 void checkInvariants(const Byte& b) {
   if (b.GetLength() < 0 || b.GetLength() > b.GetBufferLength()) __builtin_trap();
@@ -37,7 +31,7 @@ bool sameContent(const Byte& b, const std::vector<unsigned char>& model) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input in{data, size};
+  FuzzInput in{data, size};
   Byte b;
   std::vector<unsigned char> model;  // valid while `tracked` holds
   bool tracked = true;
@@ -45,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (unsigned char& c : scratch) c = in.next();
 
   while (in.more()) {
-    const int n = in.count();
+    const int n = nextCount(in);
     const int k = n < 0 ? 0 : n;
     switch (in.next() % 14) {
       case 0:

@@ -9,22 +9,16 @@
 #include <cstdint>
 #include <map>
 
+#include "fuzzInput.h"
+
 namespace {
 
 using Map = mlib::MxMap<int, int>;
 using Node = Map::NODE;
 
-struct Input {
-  const std::uint8_t* data;
-  std::size_t size;
-  std::size_t at = 0;
-
-  bool more() const { return at < size; }
-  std::uint8_t next() { return at < size ? data[at++] : 0; }
-  // Keys from a small range, so that removals and repeats find something; a few negative
-  // ones, which hash after every non-negative key.
-  int key() { return static_cast<int>(next() % 48) - 8; }
-};
+// Keys from a small range, so that removals and repeats find something; a few negative ones,
+// which hash after every non-negative key.
+int nextKey(FuzzInput& in) { return static_cast<int>(in.next() % 48) - 8; }
 
 void check(bool condition) {
   if (!condition) __builtin_trap();
@@ -97,12 +91,12 @@ void checkPicture(const Map& map) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input in{data, size};
+  FuzzInput in{data, size};
   Map map;
   std::multimap<std::uint32_t, int> model;  // hash -> key, one row per entry
   unsigned steps = 0;
   while (in.more() && ++steps < 400) {
-    const int key = in.key();
+    const int key = nextKey(in);
     const auto hash = static_cast<std::uint32_t>(key);
     switch (in.next() % 8) {
       case 0:
