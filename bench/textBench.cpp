@@ -225,35 +225,53 @@ void hashWide(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<long long>(state.iterations() * text.size()));
 }
 
-std::vector<int> randomInts() {
+// 1M ints to sort: random, random among 16 values, ascending, descending.
+enum class Order { kRandom, kFewValues, kAscending, kDescending };
+
+std::vector<int> intsToSort(Order order) {
   std::mt19937 generator(7);
   std::vector<int> values(1 << 20);
-  for (int& v : values) v = static_cast<int>(generator());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    switch (order) {
+      case Order::kRandom:
+        values[i] = static_cast<int>(generator());
+        break;
+      case Order::kFewValues:
+        values[i] = static_cast<int>(generator() % 16);
+        break;
+      case Order::kAscending:
+        values[i] = static_cast<int>(i);
+        break;
+      case Order::kDescending:
+        values[i] = -static_cast<int>(i);
+        break;
+    }
+  }
   return values;
 }
 
 // Both sorts copy the unsorted data in each iteration, so the copy (about 0.5% of a sort)
 // weighs on both alike.
-void sortQuickSort(benchmark::State& state) {
-  const std::vector<int> source = randomInts();
+template <typename Sort>
+void sortInts(benchmark::State& state, Order order, Sort sort) {
+  const std::vector<int> source = intsToSort(order);
   std::vector<int> values(source.size());
   for (auto _ : state) {
     values = source;
-    QuickSort(values.data(), 0, static_cast<int>(values.size()) - 1);
+    sort(values);
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(static_cast<long long>(state.iterations() * source.size()));
 }
 
-void sortStdSort(benchmark::State& state) {
-  const std::vector<int> source = randomInts();
-  std::vector<int> values(source.size());
-  for (auto _ : state) {
-    values = source;
-    std::sort(values.begin(), values.end());
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(static_cast<long long>(state.iterations() * source.size()));
+void sortQuickSort(benchmark::State& state, Order order) {
+  sortInts(state, order, [](std::vector<int>& values) {
+    QuickSort(values.data(), 0, static_cast<int>(values.size()) - 1);
+  });
+}
+
+void sortStdSort(benchmark::State& state, Order order) {
+  sortInts(state, order, [](std::vector<int>& values) { std::sort(values.begin(), values.end()); });
 }
 
 std::vector<unsigned char> randomBytes() {
@@ -319,8 +337,14 @@ BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCode);
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCodeA);
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCodeB);
 BENCHMARK(hashWide);
-BENCHMARK(sortQuickSort)->Unit(benchmark::kMillisecond);
-BENCHMARK(sortStdSort)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortQuickSort, random, Order::kRandom)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortStdSort, random, Order::kRandom)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortQuickSort, few_values, Order::kFewValues)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortStdSort, few_values, Order::kFewValues)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortQuickSort, ascending, Order::kAscending)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortStdSort, ascending, Order::kAscending)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortQuickSort, descending, Order::kDescending)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortStdSort, descending, Order::kDescending)->Unit(benchmark::kMillisecond);
 BENCHMARK(hexByteToHex);
 BENCHMARK(hexByteToHexString);
 BENCHMARK(hexHexStringToByte);
