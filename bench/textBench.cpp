@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #if defined(MLIB_BENCH_HAVE_ICU)
@@ -218,6 +220,15 @@ void hashNarrow(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<long long>(state.iterations() * text.size()));
 }
 
+// The usual alternative on the same bytes: the standard library's hash of a string view.
+void hashStd(benchmark::State& state) {
+  const std::string text = asciiText();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(std::hash<std::string_view>{}(std::string_view(text)));
+  }
+  state.SetBytesProcessed(static_cast<long long>(state.iterations() * text.size()));
+}
+
 void hashWide(benchmark::State& state) {
   SetAnsiCodePage(1252);
   const WideString text = makeWide(Sample::kAscii);
@@ -334,6 +345,7 @@ MLIB_TEXT_BENCH_SAMPLES(icuFromUtf8);
 MLIB_TEXT_BENCH_SAMPLES(icuToUtf8);
 #endif
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCode);
+BENCHMARK(hashStd);
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCodeA);
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCodeB);
 BENCHMARK(hashWide);

@@ -4,19 +4,93 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
+#include "text/processorFeatures.h"
 #include "text/textBuffers.h"
+
+#if defined(MLIB_AVX2_DISPATCH)
+#include <immintrin.h>
+#endif
 
 using mlib::WideChar;
 
 namespace {
 
+constexpr std::uint32_t kMultiplier = 131;
+
+constexpr std::uint32_t multiplierPower(unsigned exponent) noexcept {
+  std::uint32_t power = 1;
+  for (unsigned i = 0; i < exponent; ++i) power *= kMultiplier;
+  return power;
+}
+
+// Continues h = h * 131 + byte over count bytes taken as signed.
+std::uint32_t continueHash131(std::uint32_t h, const char* bytes, std::size_t count) noexcept {
+  std::size_t i = 0;
+  // Four bytes per step, with the powers of 131 worked out: one multiplication on the
+  // chain from step to step instead of four.
+  for (; i + 4 <= count; i += 4) {
+    h = h * multiplierPower(4) +
+        static_cast<std::uint32_t>(static_cast<signed char>(bytes[i])) * multiplierPower(3) +
+        static_cast<std::uint32_t>(static_cast<signed char>(bytes[i + 1])) * multiplierPower(2) +
+        static_cast<std::uint32_t>(static_cast<signed char>(bytes[i + 2])) * kMultiplier +
+        static_cast<std::uint32_t>(static_cast<signed char>(bytes[i + 3]));
+  }
+  for (; i < count; ++i) {
+    h = h * kMultiplier + static_cast<std::uint32_t>(static_cast<signed char>(bytes[i]));
+  }
+  return h;
+}
+
+#if defined(MLIB_AVX2_DISPATCH)
+// The recurrence from h = 0 over blocks * 64 bytes, 64 at a time. Eight vectors of eight
+// lanes each keep the bytes of one offset in the block (lane k of vector j has offset
+// 8j + k): every block multiplies them by 131^64 and adds the block's bytes. At the end
+// lane k is weighted by 131^(63 - offset), which puts each byte at its power of 131.
+// Eight independent chains keep the multiplier busy despite the multiplication's latency.
+__attribute__((target("avx2"))) std::uint32_t hash131Blocks(const char* bytes,
+                                                            std::size_t blocks) noexcept {
+  constexpr int kVectors = 8;
+  const __m256i step = _mm256_set1_epi32(static_cast<int>(multiplierPower(64)));
+  __m256i lanes[kVectors];
+  for (__m256i& lane : lanes) lane = _mm256_setzero_si256();
+  for (std::size_t b = 0; b < blocks; ++b, bytes += 64) {
+    for (int j = 0; j < kVectors; ++j) {
+      const __m256i widened =
+          _mm256_cvtepi8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes + 8 * j)));
+      lanes[j] = _mm256_add_epi32(_mm256_mullo_epi32(lanes[j], step), widened);
+    }
+  }
+  __m256i sum = _mm256_setzero_si256();
+  for (int j = 0; j < kVectors; ++j) {
+    alignas(32) std::uint32_t weights[8];
+    for (int k = 0; k < 8; ++k)
+      weights[k] = multiplierPower(63u - static_cast<unsigned>(8 * j + k));
+    const __m256i weight = _mm256_load_si256(reinterpret_cast<const __m256i*>(weights));
+    sum = _mm256_add_epi32(sum, _mm256_mullo_epi32(lanes[j], weight));
+  }
+  alignas(32) std::uint32_t parts[8];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(parts), sum);
+  std::uint32_t h = 0;
+  for (std::uint32_t part : parts) h += part;
+  return h;
+}
+#endif
+
 // The multiply-by-131 hash over bytes taken as signed, masked to 31 bits.
 [[nodiscard]] int hash131(const char* text) noexcept {
+  const std::size_t length = std::strlen(text);
   std::uint32_t h = 0;
-  for (const char* p = text; *p != '\0'; ++p) {
-    h = h * 131u + static_cast<std::uint32_t>(static_cast<signed char>(*p));
+  std::size_t done = 0;
+#if defined(MLIB_AVX2_DISPATCH)
+  // Below a few blocks the set-up costs more than the vectors save.
+  if (length >= 256 && mlib::detail::processorHasAvx2()) {
+    done = length / 64 * 64;
+    h = hash131Blocks(text, length / 64);
   }
+#endif
+  h = continueHash131(h, text + done, length - done);
   return static_cast<int>(h & 0x7FFFFFFFu);
 }
 

@@ -12,12 +12,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "text/processorFeatures.h"
+
 #if defined(__SSE2__)
 #include <immintrin.h>
 #define MLIB_WIDE_SCAN_SIMD 1
-#if (defined(__GNUC__) || defined(__clang__)) && (defined(__x86_64__) || defined(__i386__))
-#define MLIB_WIDE_SCAN_AVX2 1
-#endif
 #endif
 
 #if defined(__GNUC__) || defined(__clang__)
@@ -76,7 +75,7 @@ MLIB_UNCHECKED_READ std::size_t chunksSse2(WideChar* dst, const WideChar* p,
   return k;
 }
 
-#if defined(MLIB_WIDE_SCAN_AVX2)
+#if defined(MLIB_AVX2_DISPATCH)
 // One chunk at p: false when it holds a zero unit; otherwise true, and copied to dst when
 // there is one.
 __attribute__((target("avx2"))) MLIB_UNCHECKED_READ bool chunkAvx2(WideChar* dst,
@@ -130,17 +129,12 @@ __attribute__((target("avx2"))) MLIB_UNCHECKED_READ std::size_t chunksAvx2(
   }
   return k;
 }
-
-MLIB_UNCHECKED_READ bool hasAvx2() noexcept {
-  static const bool yes = __builtin_cpu_supports("avx2") != 0;
-  return yes;
-}
 #endif
 
 MLIB_UNCHECKED_READ std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
                                                std::size_t count) noexcept {
-#if defined(MLIB_WIDE_SCAN_AVX2)
-  if (hasAvx2()) return chunksAvx2(dst, p, count);
+#if defined(MLIB_AVX2_DISPATCH)
+  if (processorHasAvx2()) return chunksAvx2(dst, p, count);
 #endif
   return chunksSse2(dst, p, count);
 }
@@ -243,7 +237,7 @@ MLIB_UNCHECKED_READ std::size_t copyWideText(WideChar* dst, const WideChar* src,
 
 namespace {
 
-#if defined(MLIB_WIDE_SCAN_AVX2)
+#if defined(MLIB_AVX2_DISPATCH)
 // copyWideTextWithin's loop with 32-byte vectors: four at a time while 64 units remain, then
 // one at a time while 16 remain. Returns the units copied without meeting a terminator, or,
 // when one is met, its index with the text and the terminator copied (*found set).
@@ -288,8 +282,8 @@ __attribute__((target("avx2"))) std::size_t copyWithinAvx2(WideChar* dst, const 
 
 std::size_t copyWideTextWithin(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept {
   std::size_t n = 0;
-#if defined(MLIB_WIDE_SCAN_AVX2)
-  if (hasAvx2()) {
+#if defined(MLIB_AVX2_DISPATCH)
+  if (processorHasAvx2()) {
     bool found = false;
     n = copyWithinAvx2(dst, src, maxUnits, &found);
     if (found) return n;
