@@ -25,10 +25,11 @@ namespace {
 
 constexpr std::size_t kTextUnits = 1 << 20;
 
-enum class Sample { kAscii, kWestern, kChinese };
+enum class Sample { kAscii, kWestern, kChinese, kMixed };
 
 // Wide sample text of about kTextUnits units: ASCII prose, Western prose with one accented
-// letter in seven, or Chinese with a space now and then.
+// letter in seven, Chinese with a space now and then, or mostly ASCII prose with one accented
+// letter in sixteen and an emoji (a surrogate pair) in a thousand units (UTF-8 rows only).
 WideString makeWide(Sample sample) {
   std::mt19937 generator(2024);
   const std::string prose = "The quick brown fox jumps over the lazy dog, again and again. ";
@@ -46,6 +47,15 @@ WideString makeWide(Sample sample) {
         break;
       case Sample::kChinese:
         text += i % 12 == 11 ? WideChar(' ') : static_cast<WideChar>(0x4E00 + generator() % 0x51A6);
+        break;
+      case Sample::kMixed:
+        if (i % 1000 == 999) {
+          text += static_cast<WideChar>(0xD83D);
+          text += static_cast<WideChar>(0xDE00 + generator() % 0x50);
+        } else {
+          text += i % 16 == 15 ? accents[generator() % 8]
+                               : static_cast<WideChar>(prose[i % prose.size()]);
+        }
         break;
     }
   }
@@ -338,11 +348,13 @@ MLIB_TEXT_BENCH_SAMPLES(wideToAnsi);
 MLIB_TEXT_BENCH_SAMPLES(iconvFromWide);
 MLIB_TEXT_BENCH_SAMPLES(utf8ToWide);
 MLIB_TEXT_BENCH_SAMPLES(wideToUtf8);
+BENCHMARK_CAPTURE(wideToUtf8, mixed, Sample::kMixed);
 #if defined(MLIB_BENCH_HAVE_ICU)
 MLIB_TEXT_BENCH_SAMPLES(icuToWide);
 MLIB_TEXT_BENCH_SAMPLES(icuFromWide);
 MLIB_TEXT_BENCH_SAMPLES(icuFromUtf8);
 MLIB_TEXT_BENCH_SAMPLES(icuToUtf8);
+BENCHMARK_CAPTURE(icuToUtf8, mixed, Sample::kMixed);
 #endif
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCode);
 BENCHMARK(hashStd);

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "text/processorFeatures.h"
+#include "platform/processorFeatures.h"
 #include "text/textBuffers.h"
 
 #if defined(MLIB_AVX2_DISPATCH)
@@ -85,7 +85,7 @@ __attribute__((target("avx2"))) std::uint32_t hash131Blocks(const char* bytes,
   std::size_t done = 0;
 #if defined(MLIB_AVX2_DISPATCH)
   // Below a few blocks the set-up costs more than the vectors save.
-  if (length >= 256 && mlib::detail::processorHasAvx2()) {
+  if (length >= 256 && mlib::platform::processorHasAvx2()) {
     done = length / 64 * 64;
     h = hash131Blocks(text, length / 64);
   }

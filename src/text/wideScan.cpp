@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "text/processorFeatures.h"
+#include "platform/processorFeatures.h"
 
 #if defined(__SSE2__)
 #include <immintrin.h>
@@ -134,7 +134,7 @@ __attribute__((target("avx2"))) MLIB_UNCHECKED_READ std::size_t chunksAvx2(
 MLIB_UNCHECKED_READ std::size_t zeroFreeChunks(WideChar* dst, const WideChar* p,
                                                std::size_t count) noexcept {
 #if defined(MLIB_AVX2_DISPATCH)
-  if (processorHasAvx2()) return chunksAvx2(dst, p, count);
+  if (platform::processorHasAvx2()) return chunksAvx2(dst, p, count);
 #endif
   return chunksSse2(dst, p, count);
 }
@@ -283,7 +283,7 @@ __attribute__((target("avx2"))) std::size_t copyWithinAvx2(WideChar* dst, const 
 std::size_t copyWideTextWithin(WideChar* dst, const WideChar* src, std::size_t maxUnits) noexcept {
   std::size_t n = 0;
 #if defined(MLIB_AVX2_DISPATCH)
-  if (processorHasAvx2()) {
+  if (platform::processorHasAvx2()) {
     bool found = false;
     n = copyWithinAvx2(dst, src, maxUnits, &found);
     if (found) return n;

@@ -428,6 +428,47 @@ TEST(CodePage, LongUtf8TextsConvertCharacterByCharacter) {
   checkLongTexts(kUtf8CodePage, "utf8-to-wide.txt", "utf8-from-wide.txt");
 }
 
+// Western and mixed text goes to UTF-8 a block of units at a time while no unit is 0x800 or
+// above. Each kind of character that ends such a stretch, at every offset across two blocks,
+// between ASCII letters and two-byte letters: whole, and cut by every room. The text is long
+// enough for the block loops, which short texts and tight rooms never reach.
+TEST(CodePage, Utf8BlocksOfTwoByteTextMeetEveryOtherCharacter) {
+  if (test::kSystemConversions)
+    GTEST_SKIP() << "what a too-small room receives is the system's own answer";
+  const std::vector<Piece> breakers = {
+      {{0x800}, {0xE0, 0xA0, 0x80}},                 // the first three-byte character
+      {{0xD83D, 0xDE00}, {0xF0, 0x9F, 0x98, 0x80}},  // a surrogate pair
+      {{0xDC00}, {0xEF, 0xBF, 0xBD}},                // a lone low surrogate
+      {{0xFFFF}, {0xEF, 0xBF, 0xBF}},
+  };
+  const Piece ascii = {{'a'}, {'a'}};
+  const Piece twoByte = {{0xFC}, {0xC3, 0xBC}};
+  const Piece lowest = {{0x80}, {0xC2, 0x80}};
+  const Piece highest = {{0x7FF}, {0xDF, 0xBF}};
+  for (const Piece& breaker : breakers) {
+    for (std::size_t offset = 0; offset < 24; ++offset) {
+      SCOPED_TRACE(offset);
+      LongText text;
+      text.boundaries.push_back(0);
+      const auto append = [&text](const Piece& piece) {
+        text.input.insert(text.input.end(), piece.input.begin(), piece.input.end());
+        text.output.insert(text.output.end(), piece.output.begin(), piece.output.end());
+        text.boundaries.push_back(text.output.size());
+      };
+      for (std::size_t i = 0; i < offset; ++i) append(i % 3 == 1 ? twoByte : ascii);
+      append(breaker);
+      for (std::size_t i = 0; i < 600; ++i)
+        append(i % 5 == 0 ? highest : i % 7 == 0 ? lowest : i % 2 ? twoByte : ascii);
+      checkLongText<WideChar>(
+          text,
+          [](const WideChar* src, int n, char* dst, int room) {
+            return wideToMultiByte(kUtf8CodePage, src, n, dst, room);
+          },
+          kByteCanary);
+    }
+  }
+}
+
 // ---- Room, lengths and arguments ---------------------------------------------------
 
 // A short text per code page and direction whose characters have different sizes; for

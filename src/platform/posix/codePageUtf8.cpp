@@ -8,6 +8,11 @@
 #include <cstring>
 
 #include "platform/posix/codePageCodecs.h"
+#include "platform/processorFeatures.h"
+
+#if defined(MLIB_AVX2_DISPATCH)
+#include <immintrin.h>
+#endif
 
 namespace mlib::platform::detail {
 namespace {
@@ -331,6 +336,66 @@ inline std::size_t encodeBlock(const WideChar* src, unsigned char* dst) noexcept
 }
 #endif
 
+#if defined(MLIB_AVX2_DISPATCH)
+// For each set of units in a block that are not ASCII (bit i for unit i): the shuffle that
+// packs the block's byte pairs (2i the unit's first byte, 2i + 1 its second) into the
+// bytes of its text, and how many bytes that is.
+struct PairPacking {
+  unsigned char shuffle[256][16];
+  unsigned char length[256];
+};
+
+constexpr PairPacking makePairPacking() noexcept {
+  PairPacking packing{};
+  for (unsigned wide = 0; wide < 256; ++wide) {
+    unsigned out = 0;
+    for (unsigned unit = 0; unit < 8; ++unit) {
+      packing.shuffle[wide][out++] = static_cast<unsigned char>(2 * unit);
+      if ((wide >> unit & 1u) != 0) {
+        packing.shuffle[wide][out++] = static_cast<unsigned char>(2 * unit + 1);
+      }
+    }
+    packing.length[wide] = static_cast<unsigned char>(out);
+    for (; out < 16; ++out) packing.shuffle[wide][out] = 0x80;  // zero the junk lanes
+  }
+  return packing;
+}
+
+alignas(16) constexpr PairPacking kPairPacking = makePairPacking();
+
+// Converts whole blocks from at on while their units are all below 0x800 (ASCII text and
+// the two-byte letters of Western and mixed text) and two blocks are left before spanEnd;
+// stops at the first block with a unit of 0x800 or above. Each unit becomes a byte pair
+// and one shuffle drops the second byte of the ASCII ones, whatever their mix, where the
+// plain SSE2 path stores unit by unit. One call runs the whole stretch: a call per block
+// costs more than the shuffle saves. The 16-byte store leaves up to eight junk bytes,
+// which the next block overwrites (encodeSpan's rule).
+__attribute__((target("avx2"))) void encodeNarrowRun(const WideChar* src, std::size_t spanEnd,
+                                                     std::size_t& at, unsigned char* dst,
+                                                     std::size_t& written) noexcept {
+  const __m128i threeBytes = _mm_set1_epi16(-2048);  // 0xF800: 0x800 and above
+  const __m128i notAscii = _mm_set1_epi16(-128);     // 0xFF80
+  const __m128i low6 = _mm_set1_epi16(0x3F);
+  while (spanEnd - at >= 2 * kBlockUnits) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + at));
+    if (_mm_testz_si128(v, threeBytes) == 0) return;
+    const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(v, notAscii), _mm_setzero_si128());
+    const unsigned wide =
+        ~static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(ascii, ascii))) & 0xFFu;
+    const __m128i lead = _mm_or_si128(_mm_srli_epi16(v, 6), _mm_set1_epi16(0xC0));
+    const __m128i first = _mm_blendv_epi8(lead, v, ascii);
+    const __m128i second =
+        _mm_slli_epi16(_mm_or_si128(_mm_and_si128(v, low6), _mm_set1_epi16(0x80)), 8);
+    const __m128i pattern =
+        _mm_load_si128(reinterpret_cast<const __m128i*>(kPairPacking.shuffle[wide]));
+    const __m128i bytes = _mm_shuffle_epi8(_mm_or_si128(first, second), pattern);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + written), bytes);
+    written += kPairPacking.length[wide];
+    at += kBlockUnits;
+  }
+}
+#endif
+
 // Converts src[at, spanEnd) to dst[written, ...) with no room check: the caller makes
 // sure 3 bytes per unit of the span and one more fit. Whole blocks go at once; a block
 // may leave junk past its own bytes, at most one block's worth, which the block after it
@@ -340,6 +405,12 @@ void encodeSpan(const WideChar* src, std::size_t unitCount, std::size_t spanEnd,
                 unsigned char* dst, std::size_t& written) noexcept {
   while (spanEnd - at >= 2 * kBlockUnits) {
     const UnitClasses classes = unitClasses(src + at);
+#if defined(MLIB_AVX2_DISPATCH)
+    if (classes.wider == 0 && classes.wide != 0 && platform::processorHasAvx2()) {
+      encodeNarrowRun(src, spanEnd, at, dst, written);
+      continue;
+    }
+#endif
 #if defined(__SSE2__)
     if (classes.wider == 0) {
       // ASCII text goes four blocks at a time, tested with one branch: a branch on each
