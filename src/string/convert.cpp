@@ -15,6 +15,7 @@
 
 #include "platform/codePage.h"
 #include "string/storage.h"
+#include "text/hexDigits.h"
 
 namespace mlib {
 
@@ -186,10 +187,14 @@ void String::ByteDataToHexString(const unsigned char* data, unsigned n, bool spa
   WideChar* dst = keepBuffer && !dataInBuffer ? buffer_ : detail::allocWideRaw(units + 1);
   dst[units] = 0;
   WideChar* out = dst;
-  for (unsigned i = 0; i < n; ++i) {
-    *out++ = kUpperDigits[data[i] >> 4];
-    *out++ = kUpperDigits[data[i] & 0xF];
-    if (spaced) *out++ = ' ';
+  if (spaced) {
+    for (unsigned i = 0; i < n; ++i) {
+      *out++ = kUpperDigits[data[i] >> 4];
+      *out++ = kUpperDigits[data[i] & 0xF];
+      *out++ = ' ';
+    }
+  } else {
+    detail::writeHexDigits(out, data, n);
   }
   if (dst == buffer_) {
     // The same buffer as an assignment of the text would keep, with the ANSI buffer.
@@ -219,11 +224,7 @@ String String::ToHexString() const {
   if (ansi == nullptr) return String();
   const std::size_t bytes = std::strlen(ansi);
   WideText hex(bytes * 2, WideChar(0));
-  for (std::size_t i = 0; i < bytes; ++i) {
-    const auto value = static_cast<unsigned char>(ansi[i]);
-    hex[2 * i] = kUpperDigits[value >> 4];
-    hex[2 * i + 1] = kUpperDigits[value & 0xF];
-  }
+  detail::writeHexDigits(hex.data(), reinterpret_cast<const unsigned char*>(ansi), bytes);
   return exactCopy(hex);
 }
 

@@ -3,9 +3,11 @@
 // as it goes, so long inputs take linear time.
 #include <mlib/text.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
+#include "text/hexDigits.h"
 #include "text/textBuffers.h"
 
 using mlib::WideChar;
@@ -45,7 +47,16 @@ WideChar* ByteToHexString(const unsigned char* bytes, int count, WideChar* dst, 
   // a space needs one slot more. The length is counted here instead of measured.
   const std::size_t room = capacity;
   std::size_t length = 0;
-  for (int i = 0; i < count; ++i) {
+  int i = 0;
+  if (!spaced) {
+    // The bytes whose both digits surely fit go at once; the loop below takes the rest
+    // (and a lone first digit where only that fits).
+    const std::size_t whole = std::min(static_cast<std::size_t>(count), (room - 1) / 2);
+    mlib::detail::writeHexDigits(dst, bytes, whole);
+    i = static_cast<int>(whole);
+    length = 2 * whole;
+  }
+  for (; i < count; ++i) {
     const unsigned value = bytes[i];
     if (length + 1 >= room) return dst;
     dst[length++] = static_cast<WideChar>(kUpperDigits[value >> 4]);
@@ -84,20 +95,32 @@ int HexStringToByte(const WideChar* text, unsigned char* out, int capacity) {
   if (out == nullptr) return 0;
   if (capacity > 0) std::memset(out, 0, static_cast<std::size_t>(capacity));
   if (text == nullptr || capacity < 1) return 0;
-  int written = 0;
+  const std::size_t length = mlib::detail::textLength(text);
+  const auto room = static_cast<std::size_t>(capacity);
+  std::size_t written = 0;
+  std::size_t at = 0;
   int pending = -1;  // a first digit waiting for its partner
-  for (const WideChar* p = text; *p != 0; ++p) {
-    const int value = hexValue(*p);
-    if (value < 0) continue;
+  while (at < length) {
     if (pending < 0) {
-      pending = value;
-      continue;
+      // Unbroken digits go 16 at a time.
+      at += mlib::detail::readHexDigitPairs(text + at, length - at, out, room, written);
+      if (written == room) return static_cast<int>(written);
     }
-    out[written++] = static_cast<unsigned char>((pending << 4) | value);
-    pending = -1;
-    // A full output ends the walk: the rest of the text, a lone digit included, is ignored.
-    if (written == capacity) return written;
+    // Anything else goes a unit at a time, for 16 units before the next try.
+    const std::size_t stop = std::min(length, at + 16);
+    for (; at < stop; ++at) {
+      const int value = hexValue(text[at]);
+      if (value < 0) continue;
+      if (pending < 0) {
+        pending = value;
+        continue;
+      }
+      out[written++] = static_cast<unsigned char>((pending << 4) | value);
+      pending = -1;
+      // A full output ends the walk: the rest of the text, a lone digit included, is ignored.
+      if (written == room) return static_cast<int>(written);
+    }
   }
   if (pending >= 0) out[written++] = static_cast<unsigned char>(pending);
-  return written;
+  return static_cast<int>(written);
 }

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
+#include <algorithm>
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -86,4 +89,79 @@ TEST(HexText, ParsingPairsDigitsAndSkipsEverythingElse) {
   std::vector<unsigned char> back(256);
   EXPECT_EQ(HexStringToByte(text.c_str(), back.data(), 256), 256);
   EXPECT_EQ(back, bytes);
+}
+
+namespace {
+
+// The rules, one character at a time: digit pairs make bytes, anything else is skipped, a
+// full output ends the walk, a lone last digit is a byte of its own.
+std::vector<unsigned char> plainParse(const WideString& text, int capacity) {
+  std::vector<unsigned char> out;
+  int pending = -1;
+  for (WideChar c : text) {
+    const int value = c >= '0' && c <= '9'   ? c - '0'
+                      : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                      : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                             : -1;
+    if (value < 0) continue;
+    if (pending < 0) {
+      pending = value;
+      continue;
+    }
+    out.push_back(static_cast<unsigned char>(pending << 4 | value));
+    pending = -1;
+    if (static_cast<int>(out.size()) == capacity) return out;
+  }
+  if (pending >= 0) out.push_back(static_cast<unsigned char>(pending));
+  return out;
+}
+
+}  // namespace
+
+// Long texts go 16 units at a time while they are unbroken digits: random texts of digits
+// with now and then a character next to a digit's range (and units whose low byte is a digit),
+// at every length and room, must parse as one character at a time does.
+TEST(HexText, LongTextsParseAsTheRulesSay) {
+  std::mt19937 generator(99);
+  const WideChar strangers[] = {'/', ':', '@', 'G', '`', 'g', ' ', 0x130, 0x141, 0xFF10, 0x3041};
+  const WideString digits = MLIB_T("0123456789ABCDEFabcdef");
+  for (int round = 0; round < 400; ++round) {
+    const std::size_t length = generator() % 200;
+    const unsigned oddOneIn = 1 + generator() % 60;
+    WideString text;
+    for (std::size_t i = 0; i < length; ++i) {
+      text += generator() % oddOneIn == 0 ? strangers[generator() % std::size(strangers)]
+                                          : digits[generator() % digits.size()];
+    }
+    const int capacity = 1 + static_cast<int>(generator() % 110);
+    SCOPED_TRACE(testing::Message() << "round " << round << ", capacity " << capacity);
+    const std::vector<unsigned char> want = plainParse(text, capacity);
+    std::vector<unsigned char> out(static_cast<std::size_t>(capacity) + 8, 0xEE);
+    ASSERT_EQ(HexStringToByte(text.c_str(), out.data(), capacity), static_cast<int>(want.size()));
+    EXPECT_EQ(std::vector<unsigned char>(out.begin(), out.begin() + want.size()), want);
+    EXPECT_EQ(std::count(out.begin() + capacity, out.end(), 0xEE), 8) << "wrote past the room";
+  }
+}
+
+// Digits go 16 bytes at a time; every count and room around the blocks' edges must render
+// the whole bytes that fit and then one lone first digit where only that fits.
+TEST(HexText, LongRenderingsMatchByteByByteDigits) {
+  std::vector<unsigned char> bytes(80);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i * 37 + 11);
+  WideString all;
+  for (unsigned char b : bytes) {
+    all += static_cast<WideChar>("0123456789ABCDEF"[b >> 4]);
+    all += static_cast<WideChar>("0123456789ABCDEF"[b & 0xF]);
+  }
+  for (int count = 0; count <= 80; ++count) {
+    for (unsigned capacity = 1; capacity <= 170; capacity += 1 + capacity / 16) {
+      WideString dst(capacity + 4, WideChar('~'));
+      ASSERT_EQ(ByteToHexString(bytes.data(), count, &dst[0], capacity, false), &dst[0]);
+      const std::size_t digitsThatFit =
+          std::min<std::size_t>(2 * static_cast<std::size_t>(count), capacity - 1);
+      EXPECT_EQ(WideString(dst.c_str()), all.substr(0, digitsThatFit))
+          << count << " bytes, capacity " << capacity;
+      EXPECT_EQ(dst.substr(capacity), WideString(4, WideChar('~')));
+    }
+  }
 }
