@@ -1,7 +1,6 @@
 // String editing, comparison and element access: trims, case, reversal, replacement (against
-// a plain replace loop on random texts), line breaks, orderings, prefix and suffix tests
-// (the case-blind suffix against the Unicode folding data where the platform folds by it)
-// and the bounds of the index operations.
+// a literal replace loop), line breaks, orderings, prefix and suffix tests (the case-blind
+// suffix against the Unicode folding data where the platform folds by it), index bounds.
 #include <gtest/gtest.h>
 #include <mlib/exceptions.h>
 #include <mlib/string.h>
@@ -10,23 +9,21 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "exception/reportText.h"
 #include "platform/platform.h"
-#include "string/search.h"
 #include "string/storage.h"
 
 namespace {
 
 using mlib::String;
 using mlib::WideChar;
+using mlib::detail::StringAccess;
 using Text = std::basic_string<WideChar>;
 
 Text units(const String& s) { return s.IsNull() ? Text() : Text(s.toString()); }
-unsigned capacityOf(const String& s) { return mlib::detail::StringAccess::capacity(s); }
-// One code point as UTF-16.
-Text utf16(unsigned long cp) {
+std::string ascii(const Text& t) { return std::string(t.begin(), t.end()); }  // for traces
+Text utf16(unsigned long cp) {                                                // one code point
   if (cp < 0x10000) return Text(1, static_cast<WideChar>(cp));
   return {static_cast<WideChar>(0xD800 + ((cp - 0x10000) >> 10)),
           static_cast<WideChar>(0xDC00 + (cp & 0x3FF))};
@@ -49,149 +46,134 @@ TEST(StringEdit, TrimsCaseAndReverseWorkInPlace) {
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(&r - rows);
-    String s(r.in);
-    const unsigned capacity = capacityOf(s);
+    String s(r.in), null;
+    const unsigned capacity = StringAccess::capacity(s);
     (s.*r.edit)();
-    EXPECT_EQ(units(s), r.want);
-    ASSERT_EQ(capacityOf(s), capacity);
-    for (unsigned i = Text(r.want).size(); i < capacity; ++i) EXPECT_EQ(*s.GetBuffer(i), 0);
-    String null;
     (null.*r.edit)();
+    EXPECT_EQ(units(s), r.want);
+    ASSERT_EQ(StringAccess::capacity(s), capacity);
+    for (unsigned i = Text(r.want).size(); i < capacity; ++i) EXPECT_EQ(*s.GetBuffer(i), 0);
     EXPECT_TRUE(null.IsNull());
   }
 }
 
-TEST(StringEdit, ReplaceFirst) {
-  String s(MLIB_T("abcb"));
-  (void)s.toAnsi();
-  EXPECT_TRUE(s.ReplaceFirst(MLIB_T("b"), MLIB_T("xyz")));
-  EXPECT_EQ(units(s), MLIB_T("axyzcb"));
-  EXPECT_EQ(capacityOf(s), 7u);
-  EXPECT_EQ(mlib::detail::StringAccess::ansiBuffer(s), nullptr);
-  EXPECT_FALSE(s.ReplaceFirst(MLIB_T("q"), MLIB_T("r")));
-  EXPECT_FALSE(s.ReplaceFirst(nullptr, MLIB_T("r")) || s.ReplaceFirst(MLIB_T("a"), nullptr));
-  EXPECT_FALSE(String().ReplaceFirst(MLIB_T(""), MLIB_T("r")));
-  EXPECT_TRUE(s.ReplaceFirst(MLIB_T(""), MLIB_T(">")));       // empty text is found at the front
-  EXPECT_TRUE(s.ReplaceFirst(MLIB_T("cb"), s.GetBuffer(2)));  // new text from its own buffer
-  EXPECT_EQ(units(s), MLIB_T(">axyzxyzcb"));
-  EXPECT_EQ(capacityOf(s), 11u);
-}
-
-TEST(StringEdit, ReplaceAllAndItsRefusals) {
-  struct Row {
-    const WideChar *in, *old, *with, *want;
-    unsigned capacity;
-  } const rows[] = {
-      {MLIB_T("abcb"), MLIB_T("b"), MLIB_T(""), MLIB_T("ac"), 3},
-      {MLIB_T("aaabb"), MLIB_T("ab"), MLIB_T(""), MLIB_T("a"), 2},  // earlier passes' output
-      {MLIB_T("aab"), MLIB_T("ab"), MLIB_T("bba"), MLIB_T("bbbbaa"), 7},
-      {MLIB_T("abcabc"), MLIB_T("q"), MLIB_T("r"), MLIB_T("abcabc"), 7},  // nothing found
-      {MLIB_T("abc"), MLIB_T(""), MLIB_T("x"), MLIB_T("abc"), 4},         // refused
-      {MLIB_T("abc"), MLIB_T("b"), MLIB_T("abc"), MLIB_T("abc"), 4},      // refused
-  };
-  for (const Row& r : rows) {
-    SCOPED_TRACE(&r - rows);
-    String s(r.in);
-    s.Replace(r.old, r.with);
-    EXPECT_EQ(units(s), r.want);
-    EXPECT_EQ(capacityOf(s), r.capacity);
+// What ReplaceFirst and Replace leave: `want`, in an exact buffer without an ANSI buffer when
+// anything was replaced; otherwise the old buffer, ANSI buffer and all.
+void expectReplaced(const String& s, const WideChar* before, const Text& in, const Text& want,
+                    bool replaced) {
+  EXPECT_EQ(units(s), want);
+  EXPECT_EQ(StringAccess::capacity(s), replaced ? want.size() + 1 : in.size() + 1);
+  EXPECT_EQ(StringAccess::ansiBuffer(s) == nullptr, replaced);
+  if (!replaced) {
+    EXPECT_EQ(s.toString(), before);
   }
 }
 
-// The literal loop: ReplaceFirst's edit again and again, from the start each time. Where
-// `budget` is given, it gives up (false) once a pass would exceed it: more passes than the
-// budget, or a text longer than it.
-bool replaceLoop(Text& text, const Text& old, const Text& with, std::size_t budget) {
-  std::size_t passes = 0;
+TEST(StringEdit, ReplaceFirstAndReplaceGiveTheLiteralResult) {
+  const Text body(2000, MLIB_T('y')), page = MLIB_T("<p>") + body + MLIB_T("</p>");
+  const Text x1057(1057, MLIB_T('x')), a10 = Text(10, MLIB_T('a')), a11 = a10 + MLIB_T("a");
+  const Text a52b52 = Text(52, MLIB_T('a')) + Text(52, MLIB_T('b'));
+  const Text a52b52first = a52b52.substr(0, 51) + MLIB_T("ba") + a52b52.substr(53);
+  const Text a11first = a10 + MLIB_T("bba");
+  struct Row {
+    Text in;
+    const WideChar *old, *with, *first;  // first: ReplaceFirst's text, null when it fails
+    Text all;                            // Replace's text
+  } const rows[] = {
+      {MLIB_T("abcb"), MLIB_T("b"), MLIB_T("xyz"), MLIB_T("axyzcb"), MLIB_T("axyzcxyz")},
+      {MLIB_T("abcb"), MLIB_T("b"), MLIB_T(""), MLIB_T("acb"), MLIB_T("ac")},
+      {MLIB_T("aaabb"), MLIB_T("ab"), MLIB_T(""), MLIB_T("aab"), MLIB_T("a")},  // made by a pass
+      {MLIB_T("aab"), MLIB_T("ab"), MLIB_T("bba"), MLIB_T("abba"), MLIB_T("bbbbaa")},
+      {MLIB_T("abcb"), MLIB_T("q"), MLIB_T("r"), nullptr, MLIB_T("abcb")},
+      {MLIB_T("abc"), nullptr, MLIB_T("x"), nullptr, MLIB_T("abc")},
+      {MLIB_T("abc"), MLIB_T("a"), nullptr, nullptr, MLIB_T("abc")},
+      // Refused by Replace: these would never end.
+      {MLIB_T("abc"), MLIB_T(""), MLIB_T("x"), MLIB_T("xabc"), MLIB_T("abc")},
+      {MLIB_T("abc"), MLIB_T("b"), MLIB_T("abc"), MLIB_T("aabcc"), MLIB_T("abc")},
+      {MLIB_T("xA%%y"), MLIB_T("A%"), MLIB_T("%%AA"), MLIB_T("x%%AA%y"), MLIB_T("xA%%y")},
+      // Long results and many passes.
+      {MLIB_T("ab"), MLIB_T("ab"), x1057.c_str(), x1057.c_str(), x1057},
+      {MLIB_T("<p>%BODY%</p>"), MLIB_T("%BODY%"), body.c_str(), page.c_str(), page},
+      {a11 + MLIB_T("b"), MLIB_T("ab"), MLIB_T("bba"), a11first.c_str(),
+       Text(2048, MLIB_T('b')) + a11},
+      {a52b52, MLIB_T("ab"), MLIB_T("ba"), a52b52first.c_str(),
+       Text(a52b52.rbegin(), a52b52.rend())},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(ascii(r.in.substr(0, 20)) + " / " + (r.old ? ascii(r.old) : "null"));
+    String first(r.in.c_str()), all(r.in.c_str());
+    (void)first.toAnsi();
+    (void)all.toAnsi();
+    const WideChar* firstBefore = first.toString();
+    const WideChar* allBefore = all.toString();
+    EXPECT_EQ(first.ReplaceFirst(r.old, r.with), r.first != nullptr);
+    expectReplaced(first, firstBefore, r.in, r.first ? r.first : r.in, r.first != nullptr);
+    all.Replace(r.old, r.with);
+    expectReplaced(all, allBefore, r.in, r.all, r.all != r.in);
+  }
+  String null, s(MLIB_T("abcb"));
+  EXPECT_FALSE(null.ReplaceFirst(MLIB_T(""), MLIB_T("r")));
+  null.Replace(MLIB_T("a"), MLIB_T("b"));
+  EXPECT_TRUE(null.IsNull());
+  EXPECT_TRUE(s.ReplaceFirst(MLIB_T("cb"), s.GetBuffer(1)));  // new text from its own buffer
+  EXPECT_EQ(units(s), MLIB_T("abbcb"));
+}
+
+// ReplaceFirst's edit again and again from the start, as written; false once a pass goes
+// past maxPasses or leaves more than maxUnits units.
+bool literalLoop(Text& text, const Text& old, const Text& with, unsigned long long maxPasses,
+                 std::size_t maxUnits, unsigned long long& passes) {
+  passes = 0;
   for (std::size_t at; (at = text.find(old)) != Text::npos;) {
     text.replace(at, old.size(), with);
-    if (++passes > budget || text.size() > budget) return false;
+    if (++passes > maxPasses || text.size() > maxUnits) return false;
   }
   return true;
 }
 
-Text randomText(std::mt19937& rng, std::size_t maxUnits) {
-  Text t(rng() % (maxUnits + 1), WideChar(0));
+Text randomText(std::mt19937& rng, std::size_t minUnits, std::size_t maxUnits) {
+  Text t(minUnits + rng() % (maxUnits - minUnits + 1), WideChar(0));
   for (WideChar& u : t) u = static_cast<WideChar>(MLIB_T('a') + rng() % 3);
   return t;
 }
 
-// Replace's documented budget: a replacement that could go on for ever (old text of two
-// units or more, new text no shorter) may make at most 16 x length + 1024 passes and no text
-// longer than that; the others always end and have none.
-std::size_t budgetFor(const Text& text, const Text& old, const Text& with) {
-  if (old.size() < 2 || with.size() < old.size()) return static_cast<std::size_t>(-1);
-  return 16 * text.size() + 1024;
-}
-
-TEST(StringEdit, ReplaceAgreesWithAReplaceLoopOnRandomTexts) {
+TEST(StringEdit, ReplaceAgreesWithTheLiteralLoop) {
   std::mt19937 rng(424242);
-  int compared = 0, refused = 0;
-  for (int round = 0; round < 3000; ++round) {
-    const Text text = randomText(rng, 40), old = randomText(rng, 3), with = randomText(rng, 4);
-    if (old.empty() || with.find(old) != Text::npos) continue;
-    Text want = text;
-    const bool ends = replaceLoop(want, old, with, budgetFor(text, old, with));
-    ++(ends ? compared : refused);
-    SCOPED_TRACE(round);
-    String s(text.c_str());
-    const unsigned before = capacityOf(s);
-    s.Replace(old.c_str(), with.c_str());
-    EXPECT_EQ(units(s), ends ? want : text);
-    EXPECT_EQ(capacityOf(s), !ends || want == text ? before : want.size() + 1);
-  }
-  EXPECT_GT(compared, 1000);
-  EXPECT_GT(refused, 0);
-}
-
-TEST(StringEdit, ReplaceEngineKeepsToItsBudget) {
-  // Small budgets, so that every way of running out of it is met: too many passes (texts
-  // that keep their length), a text too long (texts that grow, and texts longer than the
-  // budget to begin with), and runs that end just within it.
-  std::mt19937 rng(777);
-  int ended = 0, refused = 0;
+  int compared = 0;
   for (int round = 0; round < 20000; ++round) {
-    const Text text = randomText(rng, 12), old = randomText(rng, 3), with = randomText(rng, 4);
-    if (old.empty() || with.find(old) != Text::npos) continue;
-    const std::size_t budget = rng() % 40;
+    const Text text = randomText(rng, 1, 12), old = randomText(rng, 1, 3);
+    const Text with = randomText(rng, 0, 4);
+    if (with.find(old) != Text::npos) continue;
     Text want = text;
-    const bool ends = replaceLoop(want, old, with, budget);
-    ++(ends ? ended : refused);
-    SCOPED_TRACE(round);
-    std::vector<WideChar> result(1, MLIB_T('!'));
-    ASSERT_EQ(mlib::detail::replaceRepeatedly(text.data(), text.size(), old.data(), old.size(),
-                                              with.data(), with.size(), budget, result),
-              ends);
-    EXPECT_EQ(Text(result.begin(), result.end()), ends ? want : Text(MLIB_T("!")));
+    unsigned long long passes;
+    // A run past these is one that never ends, or that the limits cut short.
+    if (!literalLoop(want, old, with, 1 << 12, 1 << 12, passes)) continue;
+    SCOPED_TRACE(ascii(text) + " / " + ascii(old) + " / " + ascii(with));
+    String s(text.c_str());
+    (void)s.toAnsi();
+    const WideChar* before = s.toString();
+    s.Replace(old.c_str(), with.c_str());
+    expectReplaced(s, before, text, want, passes > 0);
+    ++compared;
   }
-  EXPECT_GT(ended, 5000);
-  EXPECT_GT(refused, 500);
+  EXPECT_GT(compared, 15000);
 }
 
-TEST(StringEdit, ReplaceThatNeverEndsIsRefusedAtOnce) {
-  // «A%» -> «%%AA» in «xA%%y» recreates «A%» after every pass, growing without end.
-  String probe(MLIB_T("xA%%y"));
-  (void)probe.toAnsi();
-  const WideChar* buffer = probe.toString();
-  probe.Replace(MLIB_T("A%"), MLIB_T("%%AA"));
-  EXPECT_EQ(units(probe), MLIB_T("xA%%y"));
-  EXPECT_EQ(probe.toString(), buffer);
-  EXPECT_NE(mlib::detail::StringAccess::ansiBuffer(probe), nullptr);
-  // «ab» -> «bba» ends, doubling the b's for every a: within the budget the result is the
-  // loop's, past it (16 x 12 + 1024 = 1216 < 2059 units) the text stays as it was.
-  const Text tenA(10, MLIB_T('a')), elevenA(11, MLIB_T('a'));
-  struct Row {
-    Text in, want;
-  } const rows[] = {
-      {MLIB_T("abab"), MLIB_T("bbbbbbaa")},
-      {MLIB_T("aaab"), MLIB_T("bbbbbbbbaaa")},
-      {tenA + MLIB_T("b"), Text(1024, MLIB_T('b')) + tenA},
-      {elevenA + MLIB_T("b"), elevenA + MLIB_T("b")},
-  };
-  for (const Row& r : rows) {
-    String s(r.in.c_str());
-    s.Replace(MLIB_T("ab"), MLIB_T("bba"));
-    EXPECT_EQ(units(s), r.want);
+TEST(StringEdit, ReplaceKeepsToItsLimits) {
+  // 2^18 + 2 units: 64 x length passes 2^24 units. 131,073 passes of «ab» -> 128 units end at
+  // exactly 64 x length; 129 units go past it, and the string stays as it was.
+  Text text;
+  for (int i = 0; i < (1 << 17) + 1; ++i) text += MLIB_T("ab");
+  for (const std::size_t withUnits : {128u, 129u}) {
+    SCOPED_TRACE(withUnits);
+    String s(text.c_str());
+    (void)s.toAnsi();
+    s.Replace(MLIB_T("ab"), Text(withUnits, MLIB_T('c')).c_str());
+    const bool ends = withUnits == 128;
+    EXPECT_EQ(static_cast<std::size_t>(s.GetLength()), ends ? 64 * text.size() : text.size());
+    EXPECT_EQ(StringAccess::capacity(s), s.GetLength() + 1u);
+    EXPECT_EQ(StringAccess::ansiBuffer(s) == nullptr, ends);
+    EXPECT_EQ(*s.GetBuffer(0), ends ? MLIB_T('c') : MLIB_T('a'));
   }
 }
 
@@ -202,11 +184,11 @@ TEST(StringEdit, LineBreaks) {
   EXPECT_EQ(units(x), MLIB_T("\r\nx\r\n"));
   null.AppendNewLineAtFront();
   EXPECT_EQ(units(null), MLIB_T("\r\n"));
-  EXPECT_EQ(capacityOf(null), 3u);
+  EXPECT_EQ(StringAccess::capacity(null), 3u);
   roomy.AllocBuffer(9)[0] = MLIB_T('y');
   roomy.AppendNewLineAtFront();  // assigned back: a buffer with room is kept
   EXPECT_EQ(units(roomy), MLIB_T("\r\ny"));
-  EXPECT_EQ(capacityOf(roomy), 10u);
+  EXPECT_EQ(StringAccess::capacity(roomy), 10u);
 }
 
 TEST(StringEdit, CompareOrdersByLengthFirst) {
@@ -309,8 +291,6 @@ TEST(StringEdit, ElementAccessIsBoundedByTheCapacity) {
     (void)s[4u];
     ADD_FAILURE() << "index 4 of a capacity of 4 did not throw";
   } catch (mlib::MxBaseException& e) {
-    EXPECT_EQ(e.GetCode(), -4);
-    EXPECT_EQ(e.GetLevel(), 3);
     EXPECT_EQ(mlib::testing::ascii(mlib::MxException::PrintToString(&e)),
               mlib::testing::framed("mlib exception: { Code: -4; Level: Fatal; Description: Call "
                                     "Stack: String::[]; Location: \"if(uIndex>=getSize())\" }"));
