@@ -12,6 +12,7 @@
 
 #include "exception/reportText.h"
 #include "platform/platform.h"
+#include "string/replace.h"
 #include "string/storage.h"
 
 namespace {
@@ -157,6 +158,32 @@ TEST(StringEdit, ReplaceAgreesWithTheLiteralLoop) {
     ++compared;
   }
   EXPECT_GT(compared, 15000);
+}
+
+TEST(StringEdit, ReplaceEngineStopsExactlyAtItsLimits) {
+  // Small limits, so that every way past them is met: too many passes, a text too long
+  // (growing, or longer than the limit from the start), and runs that end just within them.
+  std::mt19937 rng(777);
+  int ended = 0, refused = 0;
+  for (int round = 0; round < 20000; ++round) {
+    const Text text = randomText(rng, 0, 12), old = randomText(rng, 1, 3);
+    const Text with = randomText(rng, 0, 4);
+    const mlib::detail::ReplaceLimits limits{rng() % 40, rng() % 40};
+    Text want = text;
+    unsigned long long passes;
+    const bool ends = literalLoop(want, old, with, limits.passes, limits.units, passes);
+    ++(ends ? ended : refused);
+    SCOPED_TRACE(ascii(text) + " / " + ascii(old) + " / " + ascii(with));
+    WideChar* got = mlib::detail::replaceRepeatedly(text.c_str(), text.size(), old.c_str(),
+                                                    old.size(), with.c_str(), with.size(), limits);
+    ASSERT_EQ(got != nullptr, ends);
+    if (got == nullptr) continue;
+    EXPECT_EQ(Text(got), want);
+    EXPECT_EQ(mlib::detail::wideCapacity(got), want.size() + 1);
+    mlib::detail::freeWide(got);
+  }
+  EXPECT_GT(ended, 5000);
+  EXPECT_GT(refused, 2000);
 }
 
 TEST(StringEdit, ReplaceKeepsToItsLimits) {
