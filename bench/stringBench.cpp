@@ -2,7 +2,7 @@
 // operation), in one run: construction from ANSI and wide text, copy, operator+, operator+=
 // within capacity, on texts of 16, 1024 and 1048576 characters; and Format of a message
 // with three %d, one %s and one %f against swprintf into a std::wstring plus the copy to
-// UTF-16.
+// UTF-16; Replace against std::u16string loops that give the same text.
 #include <benchmark/benchmark.h>
 #include <mlib/string.h>
 
@@ -187,6 +187,90 @@ void Format_swprintf(benchmark::State& state) {
   }
 }
 
+// ---- Replace ----------------------------------------------------------------------------
+// Replace repeats ReplaceFirst until it fails. The std::u16string loops that give the same
+// text: `literal` searches from the start after every pass, as that definition reads;
+// `resume` searches again oldUnits - 1 units before the replacement, where the next
+// occurrence can start at the earliest, and edits the string in place; `onePass` builds the
+// result in one pass, which gives the same text only where no replacement can make a new
+// occurrence (the template case).
+
+// n units of letters with `count` occurrences of «{x}» spread evenly.
+std::u16string templateText(std::size_t n, std::size_t count) {
+  std::u16string text = wideText(n);
+  for (std::size_t k = 0; k < count; ++k) text.replace(k * (n / count), 3, u"{x}");
+  return text;
+}
+
+// The two runs measured: state.range(0) selects the template (units, occurrences) or
+// 'a' x 1000 + 'b' x 1000 with «ab» -> «ba» (10^6 passes).
+struct ReplaceCase {
+  std::u16string text, old, with;
+};
+
+ReplaceCase replaceCase(const benchmark::State& state) {
+  if (state.range(0) == 0)
+    return {std::u16string(1000, u'a') + std::u16string(1000, u'b'), u"ab", u"ba"};
+  const auto n = static_cast<std::size_t>(state.range(0));
+  return {templateText(n, static_cast<std::size_t>(state.range(1))), u"{x}", u"value!"};
+}
+
+void Replace_mlib(benchmark::State& state) {
+  const ReplaceCase c = replaceCase(state);
+  for (auto _ : state) {
+    String s(units(c.text));
+    s.Replace(units(c.old), units(c.with));
+    benchmark::DoNotOptimize(s.toString());
+  }
+}
+
+void Replace_u16string_literal(benchmark::State& state) {
+  const ReplaceCase c = replaceCase(state);
+  for (auto _ : state) {
+    std::u16string s = c.text;
+    for (std::size_t at; (at = s.find(c.old)) != std::u16string::npos;) {
+      s.replace(at, c.old.size(), c.with);
+    }
+    benchmark::DoNotOptimize(s.data());
+  }
+}
+
+void Replace_u16string_resume(benchmark::State& state) {
+  const ReplaceCase c = replaceCase(state);
+  for (auto _ : state) {
+    std::u16string s = c.text;
+    for (std::size_t at = 0; (at = s.find(c.old, at)) != std::u16string::npos;) {
+      s.replace(at, c.old.size(), c.with);
+      at = at >= c.old.size() - 1 ? at - (c.old.size() - 1) : 0;
+    }
+    benchmark::DoNotOptimize(s.data());
+  }
+}
+
+void Replace_u16string_onePass(benchmark::State& state) {
+  const ReplaceCase c = replaceCase(state);
+  for (auto _ : state) {
+    std::u16string s;
+    std::size_t from = 0;
+    for (std::size_t at; (at = c.text.find(c.old, from)) != std::u16string::npos;) {
+      s.append(c.text, from, at - from).append(c.with);
+      from = at + c.old.size();
+    }
+    s.append(c.text, from, std::u16string::npos);
+    benchmark::DoNotOptimize(s.data());
+  }
+}
+
+// «A%» -> «%%AA» in «xA%%y» makes «A%» again after every pass and never ends; Replace gives
+// up at its length limit of 2^24 units (about 8.4 million passes) and leaves the text.
+void Replace_mlib_refused(benchmark::State& state) {
+  String s(MLIB_T("xA%%y"));
+  for (auto _ : state) {
+    s.Replace(MLIB_T("A%"), MLIB_T("%%AA"));
+    benchmark::DoNotOptimize(s.toString());
+  }
+}
+
 #if defined(MLIB_BENCH_HAVE_ICU)
 void ConstructAnsi_icu(benchmark::State& state) {
   const std::string text = narrowText(static_cast<std::size_t>(state.range(0)));
@@ -255,6 +339,26 @@ BENCHMARK(AppendInPlace_mlib)->Apply(sizes);
 BENCHMARK(AppendInPlace_u16string)->Apply(sizes);
 BENCHMARK(Format_mlib);
 BENCHMARK(Format_swprintf);
+// {0, 0}: «ab» -> «ba» on 'a' x 1000 + 'b' x 1000; {n, k}: n units with k occurrences.
+BENCHMARK(Replace_mlib)
+    ->Args({0, 0})
+    ->Args({1 << 16, 6250})
+    ->Args({1 << 20, 100000})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(Replace_u16string_literal)
+    ->Args({0, 0})
+    ->Args({1 << 16, 6250})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(Replace_u16string_resume)
+    ->Args({0, 0})
+    ->Args({1 << 16, 6250})
+    ->Args({1 << 20, 100000})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(Replace_u16string_onePass)
+    ->Args({1 << 16, 6250})
+    ->Args({1 << 20, 100000})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(Replace_mlib_refused)->Unit(benchmark::kMillisecond);
 #if defined(MLIB_BENCH_HAVE_ICU)
 BENCHMARK(ConstructAnsi_icu)->Apply(sizes);
 BENCHMARK(ConstructWide_icu)->Apply(sizes);

@@ -125,7 +125,10 @@ void runOnFullString(String& s, const std::uint8_t* script, std::size_t size) {
         break;
       }
       case 12:
-        s.Replace(MLIB_T("ab"), (script[i] & 16) != 0 ? MLIB_T("bba") : MLIB_T("b"));
+        // «ab» -> «bba» doubles the b's for every a in front of them, up to Replace's limit
+        // of 2^24 units: only on texts short enough to stay small.
+        s.Replace(MLIB_T("ab"),
+                  (script[i] & 16) != 0 && s.GetLength() <= 16 ? MLIB_T("bba") : MLIB_T("b"));
         break;
       case 13:
         s.Trim();

@@ -211,10 +211,11 @@ class MLIB_API String {
   /// length + 1, dropping the ANSI buffer. False, changing nothing, when this string or an
   /// argument is null or oldText does not occur. Empty oldText inserts newText at the front.
   bool ReplaceFirst(const WideChar* oldText, const WideChar* newText);
-  /// ReplaceFirst until it returns false (each pass searches from the start). Refused (no
-  /// change) where it could never end: empty oldText, or newText containing oldText; and,
-  /// where it might not end (oldText of two units or more, newText no shorter), past a
-  /// budget of 16 x length + 1024 passes or units of text. Out of memory is a refusal too.
+  /// ReplaceFirst until it returns false (each pass searches from the start), with the same
+  /// result. Refused, leaving the string as it was, only for: an empty oldText or a newText
+  /// containing oldText (these never end); a run of more than 2^24 + 64 x L passes, or one
+  /// that makes a text longer than max(2^24, 64 x L) units (L: the starting length; never
+  /// past the longest text a String holds); memory that cannot be had.
   void Replace(const WideChar* oldText, const WideChar* newText);
   /// Appends / prepends carriage return, line feed.
   void AppendNewLineAtBack();

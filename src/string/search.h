@@ -1,7 +1,7 @@
 // The text search behind String's Find, counting, numbering and replacement: a
 // Knuth-Morris-Pratt scan whose idle state skips ahead with a block scan for places where
 // an occurrence could start. All scans are bounded by a unit limit (the buffer's capacity)
-// and stop at the terminator. Also the one-pass engine of Replace (in edit.cpp).
+// and stop at the terminator.
 #ifndef MLIB_SRC_STRING_SEARCH_H
 #define MLIB_SRC_STRING_SEARCH_H
 
@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <vector>
 
 namespace mlib::detail {
 
@@ -52,16 +51,6 @@ class FailureTable {
   std::unique_ptr<int[]> heap_;  // the table of a longer pattern
   int* table_;                   // inline_ or heap_
 };
-
-// The text of replacing the leftmost occurrence of old[0, oldUnits) (oldUnits >= 1) in
-// text[0, textUnits) by replacement[0, replacementUnits), again and again from the start
-// until none is left, into `result`. False, `result` unchanged, when it runs past `budget`:
-// more than `budget` replacements, or a text longer than `budget` units after one. The work
-// is proportional to the units read, at most budget x (oldUnits + replacementUnits).
-[[nodiscard]] bool replaceRepeatedly(const WideChar* text, std::size_t textUnits,
-                                     const WideChar* old, std::size_t oldUnits,
-                                     const WideChar* replacement, std::size_t replacementUnits,
-                                     std::size_t budget, std::vector<WideChar>& result);
 
 }  // namespace mlib::detail
 

@@ -1,7 +1,5 @@
-// String editing, comparison and element access: trims, case, reversal, replacement (against
-// a plain replace loop on random texts), line breaks, orderings, prefix and suffix tests
-// (the case-blind suffix against the Unicode folding data where the platform folds by it)
-// and the bounds of the index operations.
+// String editing, comparison and element access; Replace against a literal replace loop, the
+// case-blind EndWith against the Unicode folding data where the platform folds by it.
 #include <gtest/gtest.h>
 #include <mlib/exceptions.h>
 #include <mlib/string.h>
@@ -10,203 +8,180 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "exception/reportText.h"
 #include "platform/platform.h"
-#include "string/search.h"
+#include "string/replace.h"
 #include "string/storage.h"
 
 namespace {
 
 using mlib::String;
 using mlib::WideChar;
+using mlib::detail::StringAccess;
 using Text = std::basic_string<WideChar>;
 
 Text units(const String& s) { return s.IsNull() ? Text() : Text(s.toString()); }
-unsigned capacityOf(const String& s) { return mlib::detail::StringAccess::capacity(s); }
-// One code point as UTF-16.
-Text utf16(unsigned long cp) {
+std::string ascii(const Text& t) { return std::string(t.begin(), t.end()); }  // for traces
+Text utf16(unsigned long cp) {                                                // one code point
   if (cp < 0x10000) return Text(1, static_cast<WideChar>(cp));
   return {static_cast<WideChar>(0xD800 + ((cp - 0x10000) >> 10)),
           static_cast<WideChar>(0xDC00 + (cp & 0x3FF))};
 }
 
-TEST(StringEdit, TrimsCaseAndReverseWorkInPlace) {
+TEST(StringEdit, InPlaceEditsAndLineBreaks) {
   struct Row {
     const WideChar* in;
     void (String::*edit)();
-    const WideChar* want;
+    const WideChar *want, *fromNull;  // fromNull: the edit's text on a null string
+    unsigned capacity;                // 0: the buffer stays
   } const rows[] = {
-      {MLIB_T("  ab"), &String::TrimLeft, MLIB_T("ab")},
-      {MLIB_T("ab  "), &String::TrimRight, MLIB_T("ab")},
-      {MLIB_T("   "), &String::Trim, MLIB_T("")},
-      {MLIB_T(" \tab\r\n "), &String::Trim, MLIB_T("\tab\r\n")},  // blank is the space only
-      {MLIB_T("aZ9\u00e9@`{"), &String::MakeUpper, MLIB_T("AZ9\u00e9@`{")},  // ASCII only
-      {MLIB_T("Az9\u00c9@`["), &String::MakeLower, MLIB_T("az9\u00c9@`[")},
-      {MLIB_T("abc"), &String::Reverse, MLIB_T("cba")},
-      {MLIB_T("x"), &String::Reverse, MLIB_T("x")},
+      {MLIB_T("  ab"), &String::TrimLeft, MLIB_T("ab"), nullptr, 0},
+      {MLIB_T("ab  "), &String::TrimRight, MLIB_T("ab"), nullptr, 0},
+      {MLIB_T("   "), &String::Trim, MLIB_T(""), nullptr, 0},
+      {MLIB_T(" \tab\r\n "), &String::Trim, MLIB_T("\tab\r\n"), nullptr, 0},  // spaces only
+      {MLIB_T("aZ9\u00e9@`{"), &String::MakeUpper, MLIB_T("AZ9\u00e9@`{"), nullptr, 0},  // ASCII
+      {MLIB_T("Az9\u00c9@`["), &String::MakeLower, MLIB_T("az9\u00c9@`["), nullptr, 0},
+      {MLIB_T("abc"), &String::Reverse, MLIB_T("cba"), nullptr, 0},
+      {MLIB_T("x"), &String::Reverse, MLIB_T("x"), nullptr, 0},
+      {MLIB_T("x"), &String::AppendNewLineAtFront, MLIB_T("\r\nx"), MLIB_T("\r\n"), 4},
+      {MLIB_T("x"), &String::AppendNewLineAtBack, MLIB_T("x\r\n"), MLIB_T("\r\n"), 4},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(&r - rows);
-    String s(r.in);
-    const unsigned capacity = capacityOf(s);
+    String s(r.in), null;
+    const unsigned capacity = StringAccess::capacity(s);
     (s.*r.edit)();
-    EXPECT_EQ(units(s), r.want);
-    ASSERT_EQ(capacityOf(s), capacity);
-    for (unsigned i = Text(r.want).size(); i < capacity; ++i) EXPECT_EQ(*s.GetBuffer(i), 0);
-    String null;
     (null.*r.edit)();
-    EXPECT_TRUE(null.IsNull());
+    EXPECT_EQ(units(s), r.want);
+    ASSERT_EQ(StringAccess::capacity(s), r.capacity != 0 ? r.capacity : capacity);
+    for (unsigned i = Text(r.want).size(); i < capacity; ++i) EXPECT_EQ(*s.GetBuffer(i), 0);
+    EXPECT_EQ(units(null), r.fromNull != nullptr ? r.fromNull : MLIB_T(""));
+    EXPECT_EQ(StringAccess::capacity(null), r.fromNull != nullptr ? 3u : 0u);
   }
+  String roomy;
+  roomy.AllocBuffer(9)[0] = MLIB_T('y');
+  roomy.AppendNewLineAtFront();  // assigned back: a buffer with room is kept
+  EXPECT_EQ(units(roomy), MLIB_T("\r\ny"));
+  EXPECT_EQ(StringAccess::capacity(roomy), 10u);
 }
 
-TEST(StringEdit, ReplaceFirst) {
-  String s(MLIB_T("abcb"));
+// ReplaceFirst (first) or Replace on a string made from `in` with an ANSI buffer. Anything
+// replaced: `want` in a buffer of exactly its length + 1, no ANSI buffer. Otherwise nothing
+// changed, buffers included.
+void replaceAndCheck(bool first, const Text& in, const WideChar* old, const WideChar* with,
+                     const Text& want, bool replaced) {
+  String s(in.c_str());
   (void)s.toAnsi();
-  EXPECT_TRUE(s.ReplaceFirst(MLIB_T("b"), MLIB_T("xyz")));
-  EXPECT_EQ(units(s), MLIB_T("axyzcb"));
-  EXPECT_EQ(capacityOf(s), 7u);
-  EXPECT_EQ(mlib::detail::StringAccess::ansiBuffer(s), nullptr);
-  EXPECT_FALSE(s.ReplaceFirst(MLIB_T("q"), MLIB_T("r")));
-  EXPECT_FALSE(s.ReplaceFirst(nullptr, MLIB_T("r")) || s.ReplaceFirst(MLIB_T("a"), nullptr));
-  EXPECT_FALSE(String().ReplaceFirst(MLIB_T(""), MLIB_T("r")));
-  EXPECT_TRUE(s.ReplaceFirst(MLIB_T(""), MLIB_T(">")));       // empty text is found at the front
-  EXPECT_TRUE(s.ReplaceFirst(MLIB_T("cb"), s.GetBuffer(2)));  // new text from its own buffer
-  EXPECT_EQ(units(s), MLIB_T(">axyzxyzcb"));
-  EXPECT_EQ(capacityOf(s), 11u);
+  const WideChar* before = s.toString();
+  if (first) {
+    EXPECT_EQ(s.ReplaceFirst(old, with), replaced);
+  } else {
+    s.Replace(old, with);
+  }
+  EXPECT_EQ(units(s), want);
+  EXPECT_EQ(StringAccess::capacity(s), (replaced ? want : in).size() + 1);
+  EXPECT_EQ(StringAccess::ansiBuffer(s) == nullptr, replaced);
+  EXPECT_TRUE(replaced || s.toString() == before);
 }
 
-TEST(StringEdit, ReplaceAllAndItsRefusals) {
+TEST(StringEdit, ReplaceFirstAndReplaceGiveTheLiteralResult) {
+  const Text body(2000, MLIB_T('y')), page = MLIB_T("<p>") + body + MLIB_T("</p>");
+  const Text x1057(1057, MLIB_T('x')), a10(10, MLIB_T('a')), a11 = a10 + MLIB_T("a");
+  const Text a10bba = a10 + MLIB_T("bba"), a52b52 = Text(52, 'a') + Text(52, 'b');
+  const Text a51bab51 = Text(51, 'a') + MLIB_T("ba") + Text(51, 'b');
   struct Row {
-    const WideChar *in, *old, *with, *want;
-    unsigned capacity;
+    Text in;
+    const WideChar *old, *with, *first;  // first: ReplaceFirst's text, null when it fails
+    Text all;                            // Replace's text
   } const rows[] = {
-      {MLIB_T("abcb"), MLIB_T("b"), MLIB_T(""), MLIB_T("ac"), 3},
-      {MLIB_T("aaabb"), MLIB_T("ab"), MLIB_T(""), MLIB_T("a"), 2},  // earlier passes' output
-      {MLIB_T("aab"), MLIB_T("ab"), MLIB_T("bba"), MLIB_T("bbbbaa"), 7},
-      {MLIB_T("abcabc"), MLIB_T("q"), MLIB_T("r"), MLIB_T("abcabc"), 7},  // nothing found
-      {MLIB_T("abc"), MLIB_T(""), MLIB_T("x"), MLIB_T("abc"), 4},         // refused
-      {MLIB_T("abc"), MLIB_T("b"), MLIB_T("abc"), MLIB_T("abc"), 4},      // refused
+      {MLIB_T("abcb"), MLIB_T("b"), MLIB_T("xyz"), MLIB_T("axyzcb"), MLIB_T("axyzcxyz")},
+      {MLIB_T("aaabb"), MLIB_T("ab"), MLIB_T(""), MLIB_T("aab"), MLIB_T("a")},  // made by a pass
+      {MLIB_T("abcb"), MLIB_T("q"), MLIB_T("r"), nullptr, MLIB_T("abcb")},
+      {MLIB_T("abc"), nullptr, MLIB_T("x"), nullptr, MLIB_T("abc")},
+      {MLIB_T("abc"), MLIB_T("a"), nullptr, nullptr, MLIB_T("abc")},
+      // Refused by Replace: these would never end.
+      {MLIB_T("abc"), MLIB_T(""), MLIB_T("x"), MLIB_T("xabc"), MLIB_T("abc")},
+      {MLIB_T("abc"), MLIB_T("b"), MLIB_T("abc"), MLIB_T("aabcc"), MLIB_T("abc")},
+      {MLIB_T("xA%%y"), MLIB_T("A%"), MLIB_T("%%AA"), MLIB_T("x%%AA%y"), MLIB_T("xA%%y")},
+      // Long results and many passes (2047 and 2704).
+      {MLIB_T("ab"), MLIB_T("ab"), x1057.c_str(), x1057.c_str(), x1057},
+      {MLIB_T("<p>%BODY%</p>"), MLIB_T("%BODY%"), body.c_str(), page.c_str(), page},
+      {a11 + MLIB_T("b"), MLIB_T("ab"), MLIB_T("bba"), a10bba.c_str(), Text(2048, 'b') + a11},
+      {a52b52, MLIB_T("ab"), MLIB_T("ba"), a51bab51.c_str(), Text(52, 'b') + Text(52, 'a')},
   };
   for (const Row& r : rows) {
-    SCOPED_TRACE(&r - rows);
-    String s(r.in);
-    s.Replace(r.old, r.with);
-    EXPECT_EQ(units(s), r.want);
-    EXPECT_EQ(capacityOf(s), r.capacity);
+    SCOPED_TRACE(ascii(r.in.substr(0, 20)) + " / " + (r.old ? ascii(r.old) : "null"));
+    replaceAndCheck(true, r.in, r.old, r.with, r.first ? r.first : r.in, r.first != nullptr);
+    replaceAndCheck(false, r.in, r.old, r.with, r.all, r.all != r.in);
   }
+  String null, s(MLIB_T("abcb"));
+  EXPECT_FALSE(null.ReplaceFirst(MLIB_T(""), MLIB_T("r")));
+  null.Replace(MLIB_T("a"), MLIB_T("b"));
+  EXPECT_TRUE(null.IsNull());
+  EXPECT_TRUE(s.ReplaceFirst(MLIB_T("cb"), s.GetBuffer(1)));  // new text from its own buffer
+  EXPECT_EQ(units(s), MLIB_T("abbcb"));
 }
 
-// The literal loop: ReplaceFirst's edit again and again, from the start each time. Where
-// `budget` is given, it gives up (false) once a pass would exceed it: more passes than the
-// budget, or a text longer than it.
-bool replaceLoop(Text& text, const Text& old, const Text& with, std::size_t budget) {
-  std::size_t passes = 0;
+// ReplaceFirst's edit again and again from the start, as written; false once a pass goes
+// past maxPasses or leaves more than maxUnits units.
+bool literalLoop(Text& text, const Text& old, const Text& with, unsigned long long maxPasses,
+                 std::size_t maxUnits, unsigned long long& passes) {
   for (std::size_t at; (at = text.find(old)) != Text::npos;) {
     text.replace(at, old.size(), with);
-    if (++passes > budget || text.size() > budget) return false;
+    if (++passes > maxPasses || text.size() > maxUnits) return false;
   }
   return true;
 }
 
-Text randomText(std::mt19937& rng, std::size_t maxUnits) {
-  Text t(rng() % (maxUnits + 1), WideChar(0));
+Text randomText(std::mt19937& rng, std::size_t minUnits, std::size_t maxUnits) {
+  Text t(minUnits + rng() % (maxUnits - minUnits + 1), WideChar(0));
   for (WideChar& u : t) u = static_cast<WideChar>(MLIB_T('a') + rng() % 3);
   return t;
 }
 
-// Replace's documented budget: a replacement that could go on for ever (old text of two
-// units or more, new text no shorter) may make at most 16 x length + 1024 passes and no text
-// longer than that; the others always end and have none.
-std::size_t budgetFor(const Text& text, const Text& old, const Text& with) {
-  if (old.size() < 2 || with.size() < old.size()) return static_cast<std::size_t>(-1);
-  return 16 * text.size() + 1024;
-}
-
-TEST(StringEdit, ReplaceAgreesWithAReplaceLoopOnRandomTexts) {
+// Small random cases against the literal loop: Replace where the loop ends soon, and its
+// engine with small limits, so that every way past them is met (too many passes, a text
+// growing too long or too long from the start) next to runs that end just within them.
+TEST(StringEdit, ReplaceAgreesWithTheLiteralLoop) {
   std::mt19937 rng(424242);
   int compared = 0, refused = 0;
-  for (int round = 0; round < 3000; ++round) {
-    const Text text = randomText(rng, 40), old = randomText(rng, 3), with = randomText(rng, 4);
-    if (old.empty() || with.find(old) != Text::npos) continue;
-    Text want = text;
-    const bool ends = replaceLoop(want, old, with, budgetFor(text, old, with));
-    ++(ends ? compared : refused);
-    SCOPED_TRACE(round);
-    String s(text.c_str());
-    const unsigned before = capacityOf(s);
-    s.Replace(old.c_str(), with.c_str());
-    EXPECT_EQ(units(s), ends ? want : text);
-    EXPECT_EQ(capacityOf(s), !ends || want == text ? before : want.size() + 1);
-  }
-  EXPECT_GT(compared, 1000);
-  EXPECT_GT(refused, 0);
-}
-
-TEST(StringEdit, ReplaceEngineKeepsToItsBudget) {
-  // Small budgets, so that every way of running out of it is met: too many passes (texts
-  // that keep their length), a text too long (texts that grow, and texts longer than the
-  // budget to begin with), and runs that end just within it.
-  std::mt19937 rng(777);
-  int ended = 0, refused = 0;
   for (int round = 0; round < 20000; ++round) {
-    const Text text = randomText(rng, 12), old = randomText(rng, 3), with = randomText(rng, 4);
-    if (old.empty() || with.find(old) != Text::npos) continue;
-    const std::size_t budget = rng() % 40;
+    const Text text = randomText(rng, 0, 12), old = randomText(rng, 1, 3);
+    const Text with = randomText(rng, 0, 4);
+    SCOPED_TRACE(ascii(text) + " / " + ascii(old) + " / " + ascii(with));
     Text want = text;
-    const bool ends = replaceLoop(want, old, with, budget);
-    ++(ends ? ended : refused);
-    SCOPED_TRACE(round);
-    std::vector<WideChar> result(1, MLIB_T('!'));
-    ASSERT_EQ(mlib::detail::replaceRepeatedly(text.data(), text.size(), old.data(), old.size(),
-                                              with.data(), with.size(), budget, result),
-              ends);
-    EXPECT_EQ(Text(result.begin(), result.end()), ends ? want : Text(MLIB_T("!")));
+    unsigned long long passes = 0;
+    if (!text.empty() && with.find(old) == Text::npos &&
+        literalLoop(want, old, with, 1 << 12, 1 << 12, passes)) {
+      replaceAndCheck(false, text, old.c_str(), with.c_str(), want, passes > 0);
+      ++compared;
+    }
+    const mlib::detail::ReplaceLimits limits{rng() % 40, rng() % 40};
+    want = text;
+    passes = 0;
+    const bool ends = literalLoop(want, old, with, limits.passes, limits.units, passes);
+    refused += ends ? 0 : 1;
+    WideChar* got = mlib::detail::replaceRepeatedly(text.c_str(), text.size(), old.c_str(),
+                                                    old.size(), with.c_str(), with.size(), limits);
+    ASSERT_EQ(got != nullptr, ends);
+    if (got == nullptr) continue;
+    EXPECT_EQ(Text(got), want);
+    EXPECT_EQ(mlib::detail::wideCapacity(got), want.size() + 1);
+    mlib::detail::freeWide(got);
   }
-  EXPECT_GT(ended, 5000);
-  EXPECT_GT(refused, 500);
+  EXPECT_GT(compared, 12000);
+  EXPECT_GT(refused, 2000);
 }
 
-TEST(StringEdit, ReplaceThatNeverEndsIsRefusedAtOnce) {
-  // «A%» -> «%%AA» in «xA%%y» recreates «A%» after every pass, growing without end.
-  String probe(MLIB_T("xA%%y"));
-  (void)probe.toAnsi();
-  const WideChar* buffer = probe.toString();
-  probe.Replace(MLIB_T("A%"), MLIB_T("%%AA"));
-  EXPECT_EQ(units(probe), MLIB_T("xA%%y"));
-  EXPECT_EQ(probe.toString(), buffer);
-  EXPECT_NE(mlib::detail::StringAccess::ansiBuffer(probe), nullptr);
-  // «ab» -> «bba» ends, doubling the b's for every a: within the budget the result is the
-  // loop's, past it (16 x 12 + 1024 = 1216 < 2059 units) the text stays as it was.
-  const Text tenA(10, MLIB_T('a')), elevenA(11, MLIB_T('a'));
-  struct Row {
-    Text in, want;
-  } const rows[] = {
-      {MLIB_T("abab"), MLIB_T("bbbbbbaa")},
-      {MLIB_T("aaab"), MLIB_T("bbbbbbbbaaa")},
-      {tenA + MLIB_T("b"), Text(1024, MLIB_T('b')) + tenA},
-      {elevenA + MLIB_T("b"), elevenA + MLIB_T("b")},
-  };
-  for (const Row& r : rows) {
-    String s(r.in.c_str());
-    s.Replace(MLIB_T("ab"), MLIB_T("bba"));
-    EXPECT_EQ(units(s), r.want);
-  }
-}
-
-TEST(StringEdit, LineBreaks) {
-  String x(MLIB_T("x")), null, roomy;
-  x.AppendNewLineAtFront();
-  x.AppendNewLineAtBack();
-  EXPECT_EQ(units(x), MLIB_T("\r\nx\r\n"));
-  null.AppendNewLineAtFront();
-  EXPECT_EQ(units(null), MLIB_T("\r\n"));
-  EXPECT_EQ(capacityOf(null), 3u);
-  roomy.AllocBuffer(9)[0] = MLIB_T('y');
-  roomy.AppendNewLineAtFront();  // assigned back: a buffer with room is kept
-  EXPECT_EQ(units(roomy), MLIB_T("\r\ny"));
-  EXPECT_EQ(capacityOf(roomy), 10u);
+TEST(StringEdit, ReplaceStopsAtItsLengthLimit) {
+  // 2^18 + 2 units, so 64 x length (2^24 + 128) is the limit: 131,073 passes of «ab» -> 128
+  // units end exactly there; 129 units would pass it, and the string stays as it was.
+  Text text;
+  for (int i = 0; i < (1 << 17) + 1; ++i) text += MLIB_T("ab");
+  const Text c128(128, MLIB_T('c')), c129(129, MLIB_T('c'));
+  replaceAndCheck(false, text, MLIB_T("ab"), c128.c_str(), Text(64 * text.size(), 'c'), true);
+  replaceAndCheck(false, text, MLIB_T("ab"), c129.c_str(), text, false);
 }
 
 TEST(StringEdit, CompareOrdersByLengthFirst) {
@@ -230,9 +205,7 @@ TEST(StringEdit, CompareOrdersByLengthFirst) {
   String empty;
   empty.AllocBuffer(1);
   EXPECT_EQ(empty.Compare(MLIB_T("")), 0);
-}
-
-TEST(StringEdit, CompareCharNoCaseUsesTheRuleOf32) {
+  // CompareCharNoCase: equal or 32 apart, for any two values.
   const int wide[][3] = {{'a', 'A', 0},    {'@', '`', 0},       {'0', 'P', 0},      {'a', 'b', -1},
                          {'b', 'A', 1},    {0xFFE0, 0xFFC0, 0}, {0x10, 0xFFF0, -1},  // no wrap
                          {0xFFFF, 0x1F, 1}};
@@ -270,13 +243,10 @@ TEST(StringEdit, StartWithAndEndWith) {
   }
 }
 
-// Hand-picked simple foldings, then every line of the Unicode folding data where it exists.
+// Two foldings it must not make, then every line of the Unicode folding data where it exists.
 TEST(StringEdit, EndWithFoldsCaseByUnicode) {
   if (!mlib::platform::foldsBySimpleCaseFolding()) GTEST_SKIP() << "the locale decides here";
-  EXPECT_TRUE(String(MLIB_T("5 \u212a")).EndWith(MLIB_T("k"), true));             // Kelvin sign
-  EXPECT_TRUE(String(MLIB_T("\u1e9e")).EndWith(MLIB_T("\u00df"), true));          // status S
-  EXPECT_TRUE(String(MLIB_T("\U00010400")).EndWith(MLIB_T("\U00010428"), true));  // a pair
-  EXPECT_FALSE(String(MLIB_T("\u0130")).EndWith(MLIB_T("i"), true));              // Turkic only
+  EXPECT_FALSE(String(MLIB_T("\u0130")).EndWith(MLIB_T("i"), true));  // Turkic only
   EXPECT_FALSE(String(MLIB_T("\u00e9")).EndWith(MLIB_T("e"), true));
   std::ifstream data("/usr/share/unicode/CaseFolding.txt");
   if (!data) GTEST_SKIP() << "no Unicode case folding data (package unicode-data)";
@@ -309,8 +279,6 @@ TEST(StringEdit, ElementAccessIsBoundedByTheCapacity) {
     (void)s[4u];
     ADD_FAILURE() << "index 4 of a capacity of 4 did not throw";
   } catch (mlib::MxBaseException& e) {
-    EXPECT_EQ(e.GetCode(), -4);
-    EXPECT_EQ(e.GetLevel(), 3);
     EXPECT_EQ(mlib::testing::ascii(mlib::MxException::PrintToString(&e)),
               mlib::testing::framed("mlib exception: { Code: -4; Level: Fatal; Description: Call "
                                     "Stack: String::[]; Location: \"if(uIndex>=getSize())\" }"));
