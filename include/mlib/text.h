@@ -10,8 +10,9 @@
 ///   - destinations are zero-filled first; text that does not fit is cut to capacity - 1
 ///     elements and stays terminated; nothing reports that it cut;
 ///   - null pointers are accepted and give a null result without touching anything;
-///   - a capacity below 1 is refused with a null result by every function that writes a
-///     destination.
+///   - a capacity below 1 writes nothing: the copies, the conversions and the number texts
+///     return null; U82T, T2U8, GetCurrentPath, ByteToHexString and ByteToHex return their
+///     destination untouched (docs/text.md has the full list).
 /// "ANSI" is the library's ANSI code page: the system's on Windows; on other platforms a
 /// process-wide setting (default 1252, MLIB_ANSI_CODEPAGE in the environment, or
 /// SetAnsiCodePage below).
