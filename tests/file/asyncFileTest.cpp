@@ -352,27 +352,66 @@ TEST_F(AsyncFile, CompletionRoutineIgnoresNullAndIdleRecords) {
   EXPECT_TRUE(gReads.empty());
 }
 
-TEST_F(AsyncFile, ChainedReadsFromCallbacksDoNotGrowTheStack) {
-  // Each completion issues the next read from inside its callback. The reads are delivered
-  // one after another by the wait of the first Read, which returns once all have run.
-  constexpr unsigned kChain = 1000000;
-  static MxAsyncFile* chained;
-  static unsigned delivered, wrong;
-  static char byte;
-  chained = nullptr;
-  delivered = wrong = 0;
-  AsyncProbe file;
-  ASSERT_TRUE(file.Open(ten(), 0));
-  ASSERT_TRUE(file.Seek(3));
-  chained = &file;
-  file.SetCallBackRead([](MxAsyncFile& f, unsigned bytes, MxException& error) {
-    ++delivered;
-    if (&f != chained || bytes != 1 || error.GetCode() != 0 || byte != '3') ++wrong;
-    byte = 0;
-    if (delivered < kChain && f.Read(&byte, 1) != 1) ++wrong;
-  });
-  ASSERT_EQ(file.Read(&byte, 1), 1u);
-  EXPECT_EQ(delivered, kChain);
-  EXPECT_EQ(wrong, 0u);
-  EXPECT_EQ(file.readContext_.event, MxAsyncFileWin::IoNone);
+namespace {
+
+// A chain of requests, each issued by the callback of the one before: level k reads (or
+// writes) byte k at position k.
+struct Chain {
+  static constexpr unsigned kDepth = 300;
+  bool write = false;
+  std::string bytes;     // what the file holds (read) or gets (write)
+  std::string got;       // where the reads put it
+  std::vector<int> log;  // level k entered: k; left: ~k
+  unsigned wrong = 0;    // levels whose own checks failed
+  int entered = 0;       // levels whose callback has started
+  static unsigned issue(MxAsyncFile& file, unsigned level);
+  static void onDone(MxAsyncFile& file, unsigned bytes, MxException& error);
+};
+Chain gChain;
+
+unsigned Chain::issue(MxAsyncFile& file, unsigned level) {
+  if (!file.Seek(level)) return 0;
+  return gChain.write ? file.Write(&gChain.bytes[level], 1) : file.Read(&gChain.got[level], 1);
+}
+
+void Chain::onDone(MxAsyncFile& file, unsigned bytes, MxException& error) {
+  const int level = gChain.entered++;
+  gChain.log.push_back(level);
+  if (bytes != 1 || error.GetCode() != 0) ++gChain.wrong;
+  const unsigned next = static_cast<unsigned>(level) + 1;
+  if (next < kDepth) {
+    const bool returned = issue(file, next) == 1;
+    // Back from the inner request: its callback has run and its byte is in place.
+    if (!returned || gChain.log.back() != ~static_cast<int>(next) ||
+        (!gChain.write && gChain.got[next] != gChain.bytes[next])) {
+      ++gChain.wrong;
+    }
+  }
+  gChain.log.push_back(~level);
+}
+
+}  // namespace
+
+TEST_F(AsyncFile, RequestsFromCallbacksReturnAfterTheirOwnCallback) {
+  for (const bool write : {false, true}) {
+    SCOPED_TRACE(write ? "writes" : "reads");
+    gChain = Chain{};
+    gChain.write = write;
+    for (unsigned i = 0; i < Chain::kDepth; ++i) gChain.bytes += static_cast<char>(i * 37 + 11);
+    gChain.got.assign(Chain::kDepth, '\0');
+    writeFile(dir_.path("chain"), write ? "" : gChain.bytes);
+    AsyncProbe file;
+    ASSERT_TRUE(file.Open(dir_.text("chain"), 2));
+    file.SetCallBackRead(&Chain::onDone);
+    file.SetCallBackWrite(&Chain::onDone);
+    ASSERT_EQ(Chain::issue(file, 0), 1u);
+    std::vector<int> nested;
+    for (int k = 0; k < static_cast<int>(Chain::kDepth); ++k) nested.push_back(k);
+    for (int k = Chain::kDepth - 1; k >= 0; --k) nested.push_back(~k);
+    EXPECT_EQ(gChain.log, nested) << "levels entered 0, 1, ... and left in reverse";
+    EXPECT_EQ(gChain.wrong, 0u);
+    EXPECT_EQ(file.readContext_.event + file.writeContext_.event, 0);
+    file.Close();
+    EXPECT_EQ(write ? readFile(dir_.path("chain")) : gChain.got, gChain.bytes);
+  }
 }
