@@ -7,6 +7,7 @@
 #include <mlib/files.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "file/tempFiles.h"
@@ -414,4 +415,34 @@ TEST_F(AsyncFile, RequestsFromCallbacksReturnAfterTheirOwnCallback) {
     file.Close();
     EXPECT_EQ(write ? readFile(dir_.path("chain")) : gChain.got, gChain.bytes);
   }
+}
+
+TEST_F(AsyncFile, NestingEndsWithARefusalWhenTheStackIsNearlySpent) {
+  // Callbacks that issue the next read without end, on a thread of their own: the chain ends
+  // with a refused request (0, with its last error) before the stack runs out, and every
+  // accepted request has been delivered.
+  static unsigned delivered, accepted, refusals;
+  static int refusal;
+  delivered = accepted = refusals = 0;
+  refusal = 0;
+  std::thread([this] {
+    MxAsyncFile file;
+    if (!file.Open(ten(), 0)) return;
+    file.SetCallBackRead([](MxAsyncFile& f, unsigned, MxException&) {
+      ++delivered;
+      char byte;
+      if (f.Read(&byte, 1) == 1) {
+        ++accepted;
+      } else if (refusals++ == 0) {
+        refusal = mlib::platform::lastError();
+      }
+    });
+    char byte;
+    const unsigned first = file.Read(&byte, 1);
+    accepted += first;
+  }).join();
+  EXPECT_EQ(refusals, 1u);
+  EXPECT_EQ(refusal, mlib::platform::kErrorStackOverflow);
+  EXPECT_EQ(delivered, accepted);
+  EXPECT_GT(accepted, 1000u) << "levels of nesting before the refusal";
 }
