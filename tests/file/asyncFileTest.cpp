@@ -6,6 +6,7 @@
 #include <mlib/exceptions.h>
 #include <mlib/files.h>
 
+#include <algorithm>
 #include <string>
 #include <thread>
 #include <vector>
@@ -328,12 +329,25 @@ void Chain::onDone(MxAsyncFile& file, unsigned bytes, MxException& error) {
   gChain.log.push_back(~level);
 }
 
+// Runs `body` with about `room` bytes of the thread's stack still free.
+template <typename Body>
+void withStackLeft(std::size_t room, const Body& body) {
+  volatile char ballast[4096];
+  ballast[0] = 1;
+  if (platform::stackLeft() > room + sizeof ballast) {
+    withStackLeft(room, body);
+  } else {
+    body();
+  }
+  ballast[1] = ballast[0];  // the frame stays until the body has run
+}
+
 }  // namespace
 
 TEST_F(AsyncFile, RequestsFromCallbacksNestAndReturnAfterTheirOwnCallback) {
-  // Nested a few hundred deep, in each direction; then without end, until a request is
-  // refused because the stack is nearly spent. Each chain runs on a thread of its own, with
-  // the stack a new thread gets.
+  // Nested a few hundred deep, in each direction; then without end, with 160 KiB of stack
+  // left, until a request is refused because the stack is nearly spent. Each chain runs on a
+  // thread of its own.
   const std::pair<bool, unsigned> rows[] = {{false, 300}, {true, 300}, {false, ~0u}};
   for (const auto& [write, depth] : rows) {
     SCOPED_TRACE(std::string(write ? "writes" : "reads") + " to depth " + std::to_string(depth));
@@ -348,7 +362,12 @@ TEST_F(AsyncFile, RequestsFromCallbacksNestAndReturnAfterTheirOwnCallback) {
       AsyncProbe file;
       file.SetCallBackRead(&Chain::onDone);
       file.SetCallBackWrite(&Chain::onDone);
-      if (file.Open(path, 2)) first = Chain::issue(file, 0);
+      if (!file.Open(path, 2)) return;
+      if (depth == ~0u) {
+        withStackLeft(160 * 1024, [&] { first = Chain::issue(file, 0); });
+      } else {
+        first = Chain::issue(file, 0);
+      }
     }).join();
     EXPECT_EQ(first, 1u);
     const int levels = static_cast<int>(gChain.log.size() / 2);
@@ -356,14 +375,16 @@ TEST_F(AsyncFile, RequestsFromCallbacksNestAndReturnAfterTheirOwnCallback) {
     for (int k = 0; k < 2 * levels; ++k) nested.push_back(k < levels ? k : ~(2 * levels - 1 - k));
     EXPECT_EQ(gChain.log, nested) << "levels entered 0, 1, ... and left in reverse";
     EXPECT_EQ(gChain.wrong, 0u);
-    EXPECT_EQ(write ? dir_.get("chain") : gChain.got, gChain.bytes);
+    const std::size_t reached = std::min<std::size_t>(levels, Chain::kLength);
+    EXPECT_EQ((write ? dir_.get("chain") : gChain.got).substr(0, reached),
+              gChain.bytes.substr(0, reached));
     if (depth == 300) {
       EXPECT_EQ(gChain.refusals, 0u);
       EXPECT_EQ(levels, 300);
     } else {
       EXPECT_EQ(gChain.refusals, 1u);
       EXPECT_EQ(gChain.refusal, platform::kErrorStackOverflow);
-      EXPECT_GT(levels, 1000) << "levels before the refusal";
+      EXPECT_GT(levels, 100) << "levels before the refusal";
     }
   }
 }
