@@ -165,8 +165,9 @@ class MLIB_API MxAsyncFileWin : public MxFile {
   /// completion then comes at the next alertable wait. Called from a callback, it waits the
   /// same way, its own callback running nested inside the calling one; such a nested request
   /// is refused (0, last error ERROR_STACK_OVERFLOW on Windows, ENOMEM on POSIX) when less
-  /// than 64 KiB of the thread's stack is left. A read at or past the end reads 0 bytes: it completes with code 0 on POSIX; on Windows the
-  /// system may report the end as a failure, delivered to the callback, and Read then returns 0.
+  /// than 64 KiB of the thread's stack is left. A read at or past the end reads 0 bytes: it
+  /// completes with code 0 on POSIX; on Windows the system may report the end as a failure,
+  /// delivered to the callback, and Read then returns 0.
   unsigned int Read(void* buffer, unsigned int count) override;
   /// MxFile's: Write(data's storage, data's length), so 1 when the write was made, else 0.
   /// (Declared here so hosts reach it through this exported class.)

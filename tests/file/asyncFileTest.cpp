@@ -349,7 +349,9 @@ TEST_F(AsyncFile, RequestsFromCallbacksNestAndReturnAfterTheirOwnCallback) {
   // left, until a request is refused because the stack is nearly spent. Each chain runs on a
   // thread of its own.
   const std::pair<bool, unsigned> rows[] = {{false, 300}, {true, 300}, {false, ~0u}};
-  for (const auto& [write, depth] : rows) {
+  for (const auto& row : rows) {
+    const bool write = row.first;
+    const unsigned depth = row.second;
     SCOPED_TRACE(std::string(write ? "writes" : "reads") + " to depth " + std::to_string(depth));
     gChain = Chain{};
     gChain.write = write;
