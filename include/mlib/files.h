@@ -162,10 +162,12 @@ class MLIB_API MxAsyncFileWin : public MxFile {
   /// completion has been delivered; 0, with no callback, when closed, buffer is null, count is
   /// 0 or the system refuses the request (e.g. a file opened for writing only). 0 also when the
   /// last error after an accepted request is not 0, 996 or 997 (a stale code on Windows): the
-  /// completion then comes at the next alertable wait. Called from a callback, it returns 1
-  /// once the request is made, and the completion follows when the callback has returned. A
-  /// read at or past the end reads 0 bytes: it completes with code 0 on POSIX; on Windows the
-  /// system may report the end as a failure, delivered to the callback, and Read then returns 0.
+  /// completion then comes at the next alertable wait. Called from a callback, it waits the
+  /// same way, its own callback running nested inside the calling one; such a nested request
+  /// is refused (0, last error ERROR_STACK_OVERFLOW on Windows, ENOMEM on POSIX) when less
+  /// than 64 KiB of the thread's stack is left. A read at or past the end reads 0 bytes: it
+  /// completes with code 0 on POSIX; on Windows the system may report the end as a failure,
+  /// delivered to the callback, and Read then returns 0.
   unsigned int Read(void* buffer, unsigned int count) override;
   /// MxFile's: Write(data's storage, data's length), so 1 when the write was made, else 0.
   /// (Declared here so hosts reach it through this exported class.)

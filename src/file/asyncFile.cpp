@@ -4,6 +4,7 @@
 #include <mlib/exceptions.h>
 #include <mlib/files.h>
 
+#include <cstddef>
 #include <new>
 
 #include "platform/platform.h"
@@ -27,8 +28,8 @@ bool requestUnderway(int lastError) noexcept {
          lastError == platform::kErrorIoPending;
 }
 
-// How many completion routines are running on this thread (more than one when a callback
-// closes a file and the close's wait delivers other completions).
+// How many completion routines are running on this thread: a request issued while one runs
+// is nested inside it, and each level of nesting costs stack.
 thread_local unsigned tDelivering = 0;
 
 struct DeliveryScope {
@@ -37,6 +38,19 @@ struct DeliveryScope {
   DeliveryScope(const DeliveryScope&) = delete;
   DeliveryScope& operator=(const DeliveryScope&) = delete;
 };
+
+// The stack a request issued from a callback must find free: enough for one more level (the
+// request, its wait, its delivery and a callback of modest size) and for the system's own
+// frames, with a wide reserve; below it the request is refused instead of overflowing.
+constexpr std::size_t kNestedRequestStack = 64 * 1024;
+
+// False, with the last error set, when a request issued from a callback would nest deeper
+// than the thread's stack allows.
+bool roomToNest() noexcept {
+  if (tDelivering == 0 || platform::stackLeft() >= kNestedRequestStack) return true;
+  platform::setLastError(platform::kErrorStackOverflow);
+  return false;
+}
 
 }  // namespace
 
@@ -101,7 +115,8 @@ int MxAsyncFileWin::Read(Byte& out) {
   if (Read(storage, static_cast<unsigned>(length)) != 1) return 0;
   // Read reports success, not a count: the count is the one the completion delivered.
   unsigned transferred = 0;
-  // Waiting, for a read issued from a callback, whose completion comes after the callback.
+  // The record keeps the outcome of the request it last carried: this read's, unless the
+  // callback issued another read in it.
   if (!platform::overlappedResult(handle_, &readContext_.overlapped, &transferred, true)) {
     return 0;
   }
@@ -111,7 +126,7 @@ int MxAsyncFileWin::Read(Byte& out) {
 }
 
 unsigned int MxAsyncFileWin::Read(void* buffer, unsigned int count) {
-  if (handle_ == nullptr || buffer == nullptr || count == 0) return 0;
+  if (handle_ == nullptr || buffer == nullptr || count == 0 || !roomToNest()) return 0;
   readContext_.overlapped.offset = position_;
   readContext_.event = IoRead;
   if (!platform::readFileEx(handle_, buffer, count, &readContext_.overlapped,
@@ -131,7 +146,7 @@ unsigned int MxAsyncFileWin::Read(void* buffer, unsigned int count) {
 unsigned int MxAsyncFileWin::Write(const Byte& data) { return MxFile::Write(data); }
 
 unsigned int MxAsyncFileWin::Write(const void* buffer, unsigned int count) {
-  if (handle_ == nullptr || buffer == nullptr || count == 0) return 0;
+  if (handle_ == nullptr || buffer == nullptr || count == 0 || !roomToNest()) return 0;
   writeContext_.event = IoWrite;
   writeContext_.overlapped.offset = position_;
   if (!platform::writeFileEx(handle_, buffer, count, &writeContext_.overlapped,
@@ -145,10 +160,8 @@ unsigned int MxAsyncFileWin::Write(const void* buffer, unsigned int count) {
 }
 
 bool MxAsyncFileWin::awaitCompletion(IoContext& context, IoEvent event) noexcept {
-  // Issued from a callback: the wait that is delivering that callback's completion delivers
-  // this one too, once the callback has returned. Waiting here would nest one routine inside
-  // the other, a stack level per request of a chain that callbacks keep going.
-  if (tDelivering > 0) return true;
+  // Also for a request issued from a callback: it is delivered, and its own callback runs,
+  // inside this wait, nested in the callback that issued it.
   if (event == IoWrite) {
     // Sleep until routines have run and one of them was this write's.
     while (context.event == IoWrite) {
@@ -164,15 +177,19 @@ bool MxAsyncFileWin::awaitCompletion(IoContext& context, IoEvent event) noexcept
       case platform::WaitResult::Signalled: {
         // Done, but the routine may not have run: fetch the outcome and deliver it here.
         unsigned transferred = 0;
-        const bool done =
-            platform::overlappedResult(handle_, &context.overlapped, &transferred, true);
-        if (done) fileIOCompletionRoutine(0, transferred, &context.overlapped);
-        // The system's routine for this request may still be queued. Let it run now, while it
-        // finds the record idle (or, after a failure, reports it), so it can never be taken
-        // for the completion of the next request in this record.
+        if (!platform::overlappedResult(handle_, &context.overlapped, &transferred, true)) {
+          // The routine, still queued, reports the failure to the callback.
+          platform::runQueuedCompletions();
+          return false;
+        }
+        // The system's routine for this request may still be queued. It runs now, while it
+        // finds the record idle, and is dropped: otherwise a request that the callback issues
+        // in this record would take it for its own completion.
+        context.event = IoNone;
         platform::runQueuedCompletions();
-        if (done && context.event == event) continue;  // a callback issued the next request
-        return done;
+        context.event = event;
+        fileIOCompletionRoutine(0, transferred, &context.overlapped);
+        return true;
       }
       case platform::WaitResult::Failed:
         return false;

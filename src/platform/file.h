@@ -10,6 +10,7 @@
 
 #include <mlib/config.h>
 
+#include <cstddef>
 #include <cstdio>
 
 namespace mlib {
@@ -46,6 +47,7 @@ extern const int kErrorAlreadyExists;     // a create-or-open found the file pre
 extern const int kErrorIoIncomplete;      // the request has not finished yet (996)
 extern const int kErrorIoPending;         // the request runs in the background (997)
 extern const int kErrorSharingViolation;  // another holder's share mode refuses (32)
+extern const int kErrorStackOverflow;     // the thread's stack is nearly spent (1001; ENOMEM)
 
 // How an alertable wait ended.
 enum class WaitResult {
@@ -112,6 +114,11 @@ bool closeFile(FileHandle file) noexcept;
 // Makes a second handle to the same open file (same access, same share mode); null on
 // failure. Each handle is closed on its own.
 [[nodiscard]] FileHandle duplicateFile(FileHandle file) noexcept;
+
+// Bytes of the calling thread's stack still free below the caller's frame (stacks grow down
+// on every system the library is built for), the system's guard area not counted; SIZE_MAX
+// when the system cannot tell, or when the caller runs on a stack of its own making.
+[[nodiscard]] std::size_t stackLeft() noexcept;
 
 // fopen(path, streamMode) for the buffered file: path is narrow text, passed on as it is. The
 // stream takes part in the share modes of the files open in this process as the C runtime's

@@ -1,12 +1,15 @@
-// MxAsyncFileWin and MxAsyncFile: the modes and the share mode, Read and Write with their
-// callbacks, the positional rule, Seek bounds, the whole-file read, closing, reopening,
-// copying and the completion routine's handling of records. Contents are checked with std
-// streams; byte counts and codes come from the callbacks.
+// MxAsyncFileWin and MxAsyncFile: modes and share modes, Read and Write with their callbacks,
+// the positional rule, the whole-file read, closing, reopening, copying, the completion
+// routine, and requests issued from callbacks. Contents are checked with std streams; byte
+// counts and codes come from the callbacks.
 #include <gtest/gtest.h>
 #include <mlib/exceptions.h>
 #include <mlib/files.h>
 
+#include <algorithm>
 #include <string>
+#include <thread>
+#include <tuple>
 #include <vector>
 
 #include "file/tempFiles.h"
@@ -16,152 +19,117 @@ using mlib::Byte;
 using mlib::MxAsyncFile;
 using mlib::MxAsyncFileWin;
 using mlib::MxException;
-using mlib::test::readFile;
-using mlib::test::writeFile;
+using mlib::test::kDigits;
+namespace platform = mlib::platform;
 
 namespace {
 
 constexpr unsigned kNoSize = 0xFFFFFFFFu;
-constexpr const char kDigits[] = "0123456789";
 
 struct Completion {
-  const MxAsyncFile* file;
+  const void* file;
   unsigned bytes;
   int code;
+  bool operator==(const Completion& o) const {
+    return file == o.file && bytes == o.bytes && code == o.code;
+  }
 };
-std::vector<Completion> gReads;
-std::vector<Completion> gWrites;
-
-void onRead(MxAsyncFile& file, unsigned bytes, MxException& error) {
-  gReads.push_back({&file, bytes, error.GetCode()});
+std::vector<Completion> gReads, gWrites;
+template <std::vector<Completion>& log>
+void record(MxAsyncFile& file, unsigned bytes, MxException& error) {
+  log.push_back({&file, bytes, error.GetCode()});
 }
-void onWrite(MxAsyncFile& file, unsigned bytes, MxException& error) {
-  gWrites.push_back({&file, bytes, error.GetCode()});
-}
+constexpr auto onRead = &record<gReads>;
+constexpr auto onWrite = &record<gWrites>;
 
 // MxAsyncFile with its state and protected operations in view.
 class AsyncProbe : public MxAsyncFile {
  public:
   using MxAsyncFile::fileIOCompletionRoutine;
-  using MxAsyncFileWin::handle_;
   using MxAsyncFileWin::path_;
   using MxAsyncFileWin::position_;
   using MxAsyncFileWin::readCallback_;
   using MxAsyncFileWin::readContext_;
   using MxAsyncFileWin::writeContext_;
+  // The bytes one Read delivered, by its callback's count; "<none>" when it delivered nothing.
+  std::string readAt(unsigned count) {
+    std::string out(count, '\0');
+    const std::size_t before = gReads.size();
+    if (Read(out.data(), count) != 1 || gReads.size() != before + 1) return "<none>";
+    return out.substr(0, gReads.back().bytes);
+  }
 };
-
-// The bytes one Read delivered, by its callback's count; "<none>" when it delivered nothing.
-std::string readAt(MxAsyncFile& file, unsigned count) {
-  std::string out(count, '\0');
-  const std::size_t before = gReads.size();
-  if (file.Read(out.data(), count) != 1 || gReads.size() != before + 1) return "<none>";
-  out.resize(gReads.back().bytes);
-  return out;
-}
 
 class AsyncFile : public ::testing::Test {
  protected:
-  void SetUp() override {
-    gReads.clear();
-    gWrites.clear();
-    writeFile(dir_.path("ten"), kDigits);
-  }
-  mlib::String ten() const { return dir_.text("ten"); }
+  void SetUp() override { gReads.clear(), gWrites.clear(); }
   mlib::test::TempFolder dir_;
+  const mlib::String ten_ = dir_.put("ten");
 };
 
 }  // namespace
 
 TEST_F(AsyncFile, ModesCreateTruncateKeepOrRefuse) {
-  struct Row {
-    int mode;
-    bool opensExisting, opensMissing;
-    std::size_t lengthAfter;
-  };
-  const Row rows[] = {{0, true, false, 10},  {1, true, false, 10}, {2, true, false, 10},
-                      {3, true, true, 1},    {4, true, true, 10},  {7, false, false, 10},
-                      {-1, false, false, 10}};
-  for (const Row& r : rows) {
-    SCOPED_TRACE("mode " + std::to_string(r.mode));
-    writeFile(dir_.path("ten"), kDigits);
-    std::filesystem::remove(dir_.path("new"));
+  // Per mode: opens an existing file, opens a missing one, the file after "w" at 0.
+  const std::tuple<int, bool, bool, const char*> rows[] = {
+      {0, true, false, kDigits},  {1, true, false, "w123456789"}, {2, true, false, "w123456789"},
+      {3, true, true, "w"},       {4, true, true, "w123456789"},  {7, false, false, kDigits},
+      {-1, false, false, kDigits}};
+  for (const auto& [mode, opensExisting, opensMissing, after] : rows) {
+    const std::string fresh = "new" + std::to_string(mode);
+    SCOPED_TRACE(fresh);
     MxAsyncFile file;
-    ASSERT_EQ(file.Open(ten(), r.mode), r.opensExisting);
+    ASSERT_EQ(file.Open(dir_.put("ten"), mode), opensExisting);
     char byte = 0;
-    // A stale last error (the "already exists" of modes 3 and 4, the refusal of a write in
-    // mode 0) turns a request's result to 0 on Windows: see LastErrorAfterARequest.
-    mlib::platform::setLastError(0);
-    EXPECT_EQ(file.Write("w", 1), r.mode == 0 || !r.opensExisting ? 0u : 1u);
-    mlib::platform::setLastError(0);
-    EXPECT_EQ(file.Read(&byte, 1), r.mode == 1 || !r.opensExisting ? 0u : 1u);
+    platform::setLastError(0);  // not "already exists": see AStaleLastErrorDecidesTheResult
+    EXPECT_EQ(file.Write("w", 1), mode == 0 || !opensExisting ? 0u : 1u);
+    platform::setLastError(0);
+    EXPECT_EQ(file.Read(&byte, 1), mode == 1 || !opensExisting ? 0u : 1u);
+    EXPECT_EQ(byte, mode == 1 || !opensExisting ? 0 : after[0]);
     file.Close();
-    EXPECT_EQ(readFile(dir_.path("ten")).size(), r.lengthAfter);
-    EXPECT_EQ(file.Open(dir_.text("new"), r.mode), r.opensMissing);
-    EXPECT_EQ(file.GetLength(), r.opensMissing ? 0u : kNoSize);
-    EXPECT_EQ(mlib::test::fileExists(dir_.path("new")), r.opensMissing);
+    EXPECT_EQ(dir_.get("ten"), after);
+    EXPECT_EQ(file.Open(dir_.text(fresh), mode), opensMissing);
+    EXPECT_EQ(file.GetLength(), opensMissing ? 0u : kNoSize);
+    EXPECT_EQ(dir_.get(fresh), opensMissing ? "" : "<missing>");
   }
 }
 
-TEST_F(AsyncFile, ShareModeAdmitsReadersOnly) {
-  MxAsyncFile holder, other;
-  ASSERT_TRUE(holder.Open(ten(), 0));
-  EXPECT_TRUE(other.Open(ten(), 0)) << "a second reader";
-  for (int mode : {1, 2, 3, 4}) {
-    SCOPED_TRACE("writer in mode " + std::to_string(mode));
-    EXPECT_FALSE(other.Open(ten(), mode));
-    EXPECT_EQ(mlib::platform::lastError(), mlib::platform::kErrorSharingViolation);
+TEST_F(AsyncFile, ShareModesAdmitWhatEveryHolderAndTheOpenerShare) {
+  // Overlapped files share reading only, MxFile streams share everything (as the C runtime's
+  // do on Windows); every mode but 0 writes. An opener is refused when a holder's share mode
+  // refuses its access or its own refuses the holder's; refused, it truncates nothing.
+  for (int holder = 0; holder < 10; ++holder) {
+    for (int opener = 0; opener < 10; ++opener) {  // overlapped in modes 0-4, streams 5-9
+      SCOPED_TRACE(std::to_string(holder) + " holds, " + std::to_string(opener) + " opens");
+      MxAsyncFile files[2];
+      mlib::MxFile streams[2];
+      const auto open = [&](int who, int k) {
+        return who < 5 ? files[k].Open(ten_, who) : streams[k].Open(ten_, who - 5);
+      };
+      dir_.put("ten");
+      ASSERT_TRUE(open(holder, 0));
+      const bool admitted = !(holder < 5 && opener % 5 != 0) && !(opener < 5 && holder % 5 != 0);
+      platform::setLastError(0);
+      EXPECT_EQ(open(opener, 1), admitted);
+      EXPECT_TRUE(admitted || platform::lastError() == platform::kErrorSharingViolation);
+      const bool truncated = holder % 5 == 3 || (admitted && opener % 5 == 3);
+      EXPECT_EQ(dir_.get("ten"), truncated ? "" : kDigits);
+    }
   }
-  EXPECT_EQ(readFile(dir_.path("ten")), kDigits) << "a refused mode 3 truncated the file";
-  mlib::MxFile stream;
-  EXPECT_FALSE(stream.Open(ten(), 2)) << "a stream writer";
-  EXPECT_TRUE(stream.Open(ten(), 0)) << "a stream reader";
-  stream.Close();
-  ASSERT_TRUE(holder.Open(ten(), 2));
-  EXPECT_FALSE(other.Open(ten(), 0)) << "a writer shares reading, not writing";
-  holder.Close();
-  EXPECT_TRUE(other.Open(ten(), 1)) << "every holder closed";
+  mlib::MxFile writers[2];  // every holder counts until it has closed
+  MxAsyncFile reader;
+  ASSERT_TRUE(writers[0].Open(ten_, 2) && writers[1].Open(ten_, 1));
+  writers[0].Close();
+  EXPECT_FALSE(reader.Open(ten_, 0));
+  writers[1].Close();
+  EXPECT_TRUE(reader.Open(ten_, 0));
 }
 
-TEST_F(AsyncFile, StreamsTakePartInTheShareModeBothWays) {
-  // Streams share reading and writing with everyone, but an overlapped file shares reading
-  // only: it cannot be opened while a stream holds the file for writing.
-  mlib::MxFile writer, secondWriter;
-  ASSERT_TRUE(writer.Open(ten(), 2));
-  MxAsyncFile file;
-  for (int mode : {0, 2}) {
-    SCOPED_TRACE("overlapped file in mode " + std::to_string(mode));
-    mlib::platform::setLastError(0);
-    EXPECT_FALSE(file.Open(ten(), mode)) << "while a stream writes the file";
-    EXPECT_EQ(mlib::platform::lastError(), mlib::platform::kErrorSharingViolation);
-  }
-  EXPECT_TRUE(secondWriter.Open(ten(), 1)) << "streams share writing among themselves";
-  writer.Close();
-  EXPECT_FALSE(file.Open(ten(), 0)) << "the second stream writer still holds it";
-  secondWriter.Close();
-  EXPECT_TRUE(file.Open(ten(), 0)) << "every stream writer closed";
-  file.Close();
-
-  mlib::MxFile reader;
-  ASSERT_TRUE(reader.Open(ten(), 0));
-  EXPECT_TRUE(file.Open(ten(), 2)) << "a stream reader shares writing";
-  file.Close();
-  reader.Close();
-
-  // And the other order: the overlapped file first.
-  ASSERT_TRUE(file.Open(ten(), 0));
-  mlib::platform::setLastError(0);
-  EXPECT_FALSE(writer.Open(ten(), 1));
-  EXPECT_EQ(mlib::platform::lastError(), mlib::platform::kErrorSharingViolation);
-  EXPECT_TRUE(reader.Open(ten(), 0));
-  EXPECT_EQ(readFile(dir_.path("ten")), kDigits);
-}
-
-TEST_F(AsyncFile, LastErrorAfterARequestDecidesTheResultAndIsLeftAlone) {
-  // Opening an existing file in mode 3 or 4 leaves "already exists" as the last error. On
+TEST_F(AsyncFile, AStaleLastErrorDecidesTheResultNotTheDelivery) {
+  // Open in mode 3 or 4 of an existing file leaves "already exists" as the last error. On
   // Windows a successful request leaves it there, and Read and Write then return 0 although
-  // the request runs: its completion arrives at the next alertable wait (here Close). The
-  // POSIX layer clears errno when it accepts a request, so there the request goes through.
+  // the request runs: its completion comes at the next alertable wait (here Close). The POSIX
+  // layer clears errno when it accepts a request, so there the request goes through.
 #if defined(MLIB_TEST_WIN32_BACKEND)
   const unsigned kAfterStaleError = 0;
 #else
@@ -169,210 +137,197 @@ TEST_F(AsyncFile, LastErrorAfterARequestDecidesTheResultAndIsLeftAlone) {
 #endif
   for (int mode : {3, 4}) {
     SCOPED_TRACE("mode " + std::to_string(mode));
-    gReads.clear();
-    gWrites.clear();
-    writeFile(dir_.path("ten"), kDigits);
+    SetUp();
     MxAsyncFile file;
-    ASSERT_TRUE(file.Open(ten(), mode));
-    file.SetCallBackWrite(&onWrite);
-    file.SetCallBackRead(&onRead);
-    ASSERT_EQ(mlib::platform::lastError(), mlib::platform::kErrorAlreadyExists);
+    ASSERT_TRUE(file.Open(dir_.put("ten"), mode));
+    file.SetCallBackWrite(onWrite);
+    file.SetCallBackRead(onRead);
+    ASSERT_EQ(platform::lastError(), platform::kErrorAlreadyExists);
     char byte = 0;
-    EXPECT_EQ(file.Write("w", 1), kAfterStaleError);
-    EXPECT_EQ(file.Read(&byte, 1), kAfterStaleError);
+    EXPECT_EQ(file.Write("w", 1) + file.Read(&byte, 1), 2 * kAfterStaleError);
     EXPECT_EQ(gWrites.size() + gReads.size(), 2 * kAfterStaleError);
     file.Close();
-    ASSERT_EQ(gWrites.size(), 1u) << "the completions arrive at the latest in Close's wait";
-    ASSERT_EQ(gReads.size(), 1u);
-    EXPECT_EQ(gWrites[0].bytes, 1u);
-    EXPECT_EQ(gReads[0].bytes, 1u);
+    EXPECT_EQ(gWrites, std::vector<Completion>({{&file, 1, 0}})) << "delivered once, by Close";
+    EXPECT_EQ(gReads, std::vector<Completion>({{&file, 1, 0}}));
     EXPECT_EQ(byte, 'w');
   }
-
-  // Delivering a completion leaves the last error as the request left it, whatever the code.
-  AsyncProbe file;
-  file.SetCallBackWrite(&onWrite);
-  file.writeContext_.event = MxAsyncFileWin::IoWrite;
-  mlib::platform::setLastError(0);
-  AsyncProbe::fileIOCompletionRoutine(112, 7, &file.writeContext_.overlapped);
-  EXPECT_EQ(gWrites.back().code, 112);
-  EXPECT_EQ(mlib::platform::lastError(), 0);
 }
 
-TEST_F(AsyncFile, ReadDeliversBytesAndCodeToTheCallbackAndKeepsThePosition) {
+TEST_F(AsyncFile, ReadAndWriteDeliverTheirCountAtThePositionWithoutMovingIt) {
   AsyncProbe file;
-  file.SetCallBackRead(&onRead);
-  ASSERT_TRUE(file.Open(ten(), 0)) << "a callback set before Open stays";
   char buffer[8] = "#######";
+  EXPECT_FALSE(file.Seek(0) || file.Flush() || file.Write("x", 1) || file.Read(buffer, 1));
+  file.SeekToEnd();
+  EXPECT_EQ(file.position_, kNoSize) << "the size of a closed file";
+  file.SetCallBackRead(onRead);
+  ASSERT_TRUE(file.Open(ten_, 2)) << "a callback set before Open stays";
+  EXPECT_EQ(file.position_, kNoSize) << "Open keeps the position";
+  file.SeekToBegin();
   ASSERT_EQ(file.Read(buffer, 4), 1u);
-  ASSERT_EQ(gReads.size(), 1u);
-  EXPECT_EQ(gReads[0].file, &file);
-  EXPECT_EQ(gReads[0].bytes, 4u);
-  EXPECT_EQ(gReads[0].code, 0);
+  EXPECT_EQ(gReads, std::vector<Completion>({{&file, 4, 0}}));
   EXPECT_EQ(std::string(buffer), "0123###");
-  EXPECT_EQ(readAt(file, 4), "0123") << "Read moved the position";
-  ASSERT_TRUE(file.Seek(6));
-  EXPECT_EQ(readAt(file, 10), "6789") << "a short read at the end";
-
-  gReads.clear();
-  EXPECT_EQ(file.Read(buffer, 0), 0u);
-  EXPECT_EQ(file.Read(nullptr, 4), 0u);
-  EXPECT_TRUE(gReads.empty());
+  EXPECT_EQ(file.readAt(4), "0123") << "Read moved the position";
+  EXPECT_EQ(file.Write("ab", 2), 1u) << "no callback set";
+  file.SetCallBackWrite(onWrite);
+  EXPECT_TRUE(file.Seek(10)) << "the end itself";
+  EXPECT_FALSE(file.Seek(11));
+  EXPECT_EQ(file.position_, 10u);
+  ASSERT_TRUE(file.Seek(4) && file.Write("XYZ", 3) == 1);
+  EXPECT_EQ(file.readAt(10), "XYZ789") << "a short read at the end, from the position";
+  file.SeekToEnd();
+  EXPECT_EQ(file.Write(Byte("++")), 1u);
+  EXPECT_EQ(gWrites, std::vector<Completion>({{&file, 3, 0}, {&file, 2, 0}}));
+  gReads.clear(), gWrites.clear();
+  EXPECT_EQ(file.Read(buffer, 0) + file.Read(nullptr, 4) + file.Write(nullptr, 3), 0u);
+  EXPECT_EQ(file.Write("x", 0) + gReads.size() + gWrites.size(), 0u) << "no callbacks";
   // At the end nothing is read: the request is refused, or completes (with or without an
   // end-of-file code, as the system reports it) with 0 bytes.
-  ASSERT_TRUE(file.Seek(10));
+  file.SeekToEnd();
   const unsigned atEnd = file.Read(buffer, 4);
-  EXPECT_LE(gReads.size(), 1u);
-  if (atEnd == 1) {
-    EXPECT_EQ(gReads.size(), 1u);
-  }
-  for (const Completion& c : gReads) {
-    EXPECT_EQ(c.bytes, 0u);
-  }
+  EXPECT_TRUE(gReads.size() == 1 ? gReads[0].bytes == 0 : atEnd == 0 && gReads.empty());
   EXPECT_EQ(std::string(buffer), "0123###");
-  gReads.clear();
-
-  ASSERT_TRUE(file.Open(ten(), 1));
+  EXPECT_TRUE(file.Flush());
+  file.Close();
+  EXPECT_EQ(dir_.get("ten"), "ab23XYZ789++");
+  ASSERT_TRUE(file.Open(ten_, 0));
+  EXPECT_FALSE(file.Flush()) << "flushing needs write access";
+  ASSERT_TRUE(file.Open(ten_, 1));
   EXPECT_EQ(file.Read(buffer, 4), 0u) << "write access only";
-  EXPECT_TRUE(gReads.empty());
   EXPECT_EQ(file.readContext_.event, MxAsyncFileWin::IoNone);
   file.Close();  // would wait forever for a refused request left marked pending
 }
 
-TEST_F(AsyncFile, WriteDeliversTheCountAndSeekBoundsHold) {
-  AsyncProbe file;
-  EXPECT_FALSE(file.Seek(0) || file.Flush());
-  EXPECT_EQ(file.Write("x", 1), 0u);
-  file.SeekToEnd();
-  EXPECT_EQ(file.position_, kNoSize) << "the size of a closed file";
-
-  ASSERT_TRUE(file.Open(ten(), 2));
-  EXPECT_EQ(file.position_, kNoSize) << "Open keeps the position";
-  file.SeekToBegin();
-  EXPECT_EQ(file.Write("ab", 2), 1u) << "no callback set";
-  file.SetCallBackWrite(&onWrite);
-  EXPECT_TRUE(file.Seek(10)) << "the end itself";
-  EXPECT_FALSE(file.Seek(11));
-  EXPECT_EQ(file.position_, 10u);
-  ASSERT_TRUE(file.Seek(4));
-  ASSERT_EQ(file.Write("XYZ", 3), 1u);
-  ASSERT_EQ(gWrites.size(), 1u);
-  EXPECT_TRUE(gWrites[0].file == &file && gWrites[0].bytes == 3 && gWrites[0].code == 0);
-  EXPECT_EQ(file.position_, 4u);
-  file.SeekToEnd();
-  EXPECT_EQ(file.Write(Byte("++")), 1u);
-  EXPECT_EQ(file.Write(nullptr, 3) + file.Write("x", 0), 0u);
-  EXPECT_EQ(gWrites.size(), 2u);
-  EXPECT_TRUE(file.Flush());
-  file.Close();
-  EXPECT_EQ(readFile(dir_.path("ten")), "ab23XYZ789++");
-  ASSERT_TRUE(file.Open(ten(), 0));
-  EXPECT_FALSE(file.Flush()) << "flushing needs write access";
-}
-
-TEST_F(AsyncFile, ReopeningKeepsCallbacksAndClosingDropsThem) {
-  AsyncProbe file;
-  file.SetCallBackRead(&onRead);
-  ASSERT_TRUE(file.Open(ten(), 0));
-  ASSERT_TRUE(file.Seek(3));
-  writeFile(dir_.path("other"), "abcdef");
-  ASSERT_TRUE(file.Open(dir_.text("other"), 0));
-  EXPECT_EQ(readAt(file, 2), "de") << "the callback and the position survive a reopen";
-  ASSERT_TRUE(file.Open(dir_.text("other"), 2)) << "the old handle still holds the file";
-  file.Close();
-  EXPECT_EQ(file.readCallback_, nullptr);
-  EXPECT_TRUE(file.path_.IsEmpty());
-  ASSERT_TRUE(file.Open(ten(), 0));
-  EXPECT_EQ(readAt(file, 2), "<none>");
-  EXPECT_EQ(gReads.size(), 1u);
-}
-
-TEST_F(AsyncFile, WholeFileReadGivesTheRealCount) {
-  const std::string big = std::string(300000, 'q') + "end";
-  writeFile(dir_.path("big"), big);
-  writeFile(dir_.path("empty"), "");
-  MxAsyncFile file;
+TEST_F(AsyncFile, ReopenCloseCopyAndWholeFileRead) {
+  AsyncProbe file, target;
   Byte out;
   EXPECT_EQ(file.Read(out), 0) << "closed";
-  ASSERT_TRUE(file.Open(ten(), 0));
-  ASSERT_TRUE(file.Seek(7));
-  EXPECT_EQ(file.Read(out), 3) << "from the position";
+  file.SetCallBackRead(onRead);
+  ASSERT_TRUE(file.Open(ten_, 0) && file.Seek(7));
+  EXPECT_EQ(file.Read(out), 3) << "the whole file from the position, the real count";
   EXPECT_EQ(out.GetBufferLength(), 10);
-  ASSERT_TRUE(file.Open(dir_.text("big"), 0));
+  ASSERT_TRUE(file.Open(dir_.put("big", std::string(300000, 'q') + "end"), 0) && file.Seek(3));
+  EXPECT_EQ(file.readAt(2), "qq") << "the callback and the position survive a reopen";
+  ASSERT_TRUE(file.Open(dir_.text("big"), 2)) << "the old handle still holds the file";
   file.SeekToBegin();
   ASSERT_EQ(file.Read(out), 300003);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(out.GetData()), 300003), big);
-  ASSERT_TRUE(file.Open(dir_.text("empty"), 0));
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(out.GetData()) + 299999, 4), "qend");
+  EXPECT_EQ(MxAsyncFile(file).GetLength(), kNoSize) << "an MxAsyncFile copy starts closed";
+  static_cast<MxAsyncFile&>(target) = file;
+  EXPECT_TRUE(target.position_ == 0 && target.readCallback_ == nullptr) << "assignment";
+  ASSERT_TRUE(file.Open(ten_, 0) && file.Seek(5));
+  MxAsyncFileWin& base = file;
+  {
+    MxAsyncFileWin copy(base);
+    EXPECT_EQ(file.readContext_.owner, &base);
+    gReads.clear();
+    char buffer[3];
+    EXPECT_EQ(copy.Read(buffer, 3), 1u);
+    EXPECT_EQ(std::string(buffer, 3), "567") << "a second handle at the same position";
+    EXPECT_EQ(gReads, std::vector<Completion>({{&copy, 3, 0}})) << "a plain MxAsyncFileWin";
+    file.Close();
+    EXPECT_EQ(copy.GetLength(), 10u) << "closing the source closed the copy's handle";
+  }
+  EXPECT_TRUE(file.readCallback_ == nullptr && file.path_.IsEmpty()) << "Close drops them";
+  ASSERT_TRUE(file.Open(ten_, 2)) << "the copy's handle outlived the copy";
+  EXPECT_EQ(file.readAt(2), "<none>");
+  ASSERT_TRUE(file.Open(dir_.put("empty", ""), 0));
   EXPECT_EQ(file.Read(out), 0);
   EXPECT_EQ(out.GetData(), nullptr);
 }
 
-TEST_F(AsyncFile, CopiesHoldTheirOwnHandleOrStartClosed) {
-  AsyncProbe source;
-  source.SetCallBackRead(&onRead);
-  ASSERT_TRUE(source.Open(ten(), 0));
-  ASSERT_TRUE(source.Seek(5));
-  MxAsyncFile fresh(source);
-  EXPECT_EQ(fresh.GetLength(), kNoSize) << "an MxAsyncFile copy starts closed";
-  AsyncProbe target;
-  static_cast<MxAsyncFile&>(target) = source;
-  EXPECT_EQ(target.position_, 0u) << "MxAsyncFile assignment changes nothing";
-  EXPECT_EQ(target.readCallback_, nullptr);
-
-  MxAsyncFileWin& base = source;
-  {
-    MxAsyncFileWin copy(base);
-    EXPECT_EQ(source.readContext_.owner, &base);
-    char buffer[3];
-    EXPECT_EQ(copy.Read(buffer, 3), 1u);
-    EXPECT_EQ(std::string(buffer, 3), "567") << "a second handle at the same position";
-    ASSERT_EQ(gReads.size(), 1u) << "a plain MxAsyncFileWin calls its callbacks too";
-    EXPECT_EQ(static_cast<const void*>(gReads[0].file), static_cast<const void*>(&copy));
-    EXPECT_EQ(gReads[0].bytes, 3u);
-    source.Close();
-    EXPECT_EQ(copy.GetLength(), 10u) << "closing the source closed the copy's handle";
-  }
-  ASSERT_TRUE(source.Open(ten(), 2)) << "the copy's handle outlived the copy";
-}
-
-TEST_F(AsyncFile, CompletionRoutineIgnoresNullAndIdleRecords) {
+TEST_F(AsyncFile, CompletionRoutineReportsPendingRecordsOnceAndLeavesTheLastError) {
   AsyncProbe file;
-  file.SetCallBackRead(&onRead);
-  file.SetCallBackWrite(&onWrite);
+  file.SetCallBackRead(onRead);
+  file.SetCallBackWrite(onWrite);
   AsyncProbe::fileIOCompletionRoutine(0, 5, nullptr);
-  AsyncProbe::fileIOCompletionRoutine(0, 5, &file.readContext_.overlapped);
-  EXPECT_TRUE(gReads.empty());
+  AsyncProbe::fileIOCompletionRoutine(0, 5, &file.readContext_.overlapped);  // idle
   file.writeContext_.event = MxAsyncFileWin::IoWrite;
+  platform::setLastError(0);
   AsyncProbe::fileIOCompletionRoutine(112, 7, &file.writeContext_.overlapped);
   AsyncProbe::fileIOCompletionRoutine(112, 7, &file.writeContext_.overlapped);
-  ASSERT_EQ(gWrites.size(), 1u) << "a completion delivered twice is reported once";
-  EXPECT_EQ(gWrites[0].bytes, 7u);
-  EXPECT_EQ(gWrites[0].code, 112);
+  EXPECT_TRUE(gReads.empty()) << "an idle record";
+  EXPECT_EQ(gWrites, std::vector<Completion>({{&file, 7, 112}})) << "reported once";
   EXPECT_EQ(file.writeContext_.event, MxAsyncFileWin::IoNone);
-  EXPECT_TRUE(gReads.empty());
+  EXPECT_EQ(platform::lastError(), 0) << "the completion's code leaked out";
 }
 
-TEST_F(AsyncFile, ChainedReadsFromCallbacksDoNotGrowTheStack) {
-  // Each completion issues the next read from inside its callback. The reads are delivered
-  // one after another by the wait of the first Read, which returns once all have run.
-  constexpr unsigned kChain = 1000000;
-  static MxAsyncFile* chained;
-  static unsigned delivered, wrong;
-  static char byte;
-  chained = nullptr;
-  delivered = wrong = 0;
-  AsyncProbe file;
-  ASSERT_TRUE(file.Open(ten(), 0));
-  ASSERT_TRUE(file.Seek(3));
-  chained = &file;
-  file.SetCallBackRead([](MxAsyncFile& f, unsigned bytes, MxException& error) {
-    ++delivered;
-    if (&f != chained || bytes != 1 || error.GetCode() != 0 || byte != '3') ++wrong;
-    byte = 0;
-    if (delivered < kChain && f.Read(&byte, 1) != 1) ++wrong;
-  });
-  ASSERT_EQ(file.Read(&byte, 1), 1u);
-  EXPECT_EQ(delivered, kChain);
-  EXPECT_EQ(wrong, 0u);
-  EXPECT_EQ(file.readContext_.event, MxAsyncFileWin::IoNone);
+namespace {
+
+// A chain of requests: the callback of level k issues level k + 1, which reads (or writes)
+// byte k + 1 (mod 300) at that position, until `gDepth` levels or a refusal. Levels log k on
+// entry and ~k on leaving.
+constexpr unsigned kChainBytes = 300;
+bool gWrite;
+unsigned gDepth, gWrong;
+int gRefusal;
+std::string gBytes, gGot;
+std::vector<int> gLog;
+
+unsigned issue(MxAsyncFile& file, unsigned level) {
+  const unsigned at = level % kChainBytes;
+  if (!file.Seek(at)) return 0;
+  return gWrite ? file.Write(&gBytes[at], 1) : file.Read(&gGot[at], 1);
+}
+
+void onChained(MxAsyncFile& file, unsigned bytes, MxException& error) {
+  const int level = static_cast<int>(gLog.size());  // no level has been left yet
+  const unsigned next = static_cast<unsigned>(level) + 1;
+  gLog.push_back(level);
+  if (bytes != 1 || error.GetCode() != 0) {
+    ++gWrong;
+  } else if (next < gDepth && issue(file, next) != 1) {
+    gRefusal = platform::lastError();
+  } else if (next < gDepth && (gLog.back() != ~static_cast<int>(next) ||
+                               gGot[next % kChainBytes] != gBytes[next % kChainBytes])) {
+    ++gWrong;  // the inner request returned before its callback ran, or without its byte
+  }
+  gLog.push_back(~level);
+}
+
+// Runs `body` with about `room` bytes of the thread's stack still free.
+template <typename Body>
+void withStackLeft(std::size_t room, const Body& body) {
+  volatile char ballast[4096];
+  ballast[0] = 1;
+  if (platform::stackLeft() > room + sizeof ballast) {
+    withStackLeft(room, body);
+  } else {
+    body();
+  }
+  ballast[1] = ballast[0];  // the frame stays until the body has run
+}
+
+}  // namespace
+
+TEST_F(AsyncFile, RequestsFromCallbacksNestAndReturnAfterTheirOwnCallback) {
+  // 300 deep, in each direction; then without end, with 160 KiB of stack left, until a
+  // request is refused because the stack is nearly spent. Each on a thread of its own.
+  const std::pair<bool, unsigned> rows[] = {{false, 300}, {true, 300}, {false, ~0u}};
+  for (const auto& row : rows) {
+    const unsigned depth = row.second;
+    SCOPED_TRACE((row.first ? "writes to depth " : "reads to depth ") + std::to_string(depth));
+    gWrite = row.first, gDepth = depth, gWrong = 0, gRefusal = -1, gLog.clear(), gBytes.clear();
+    for (unsigned i = 0; i < kChainBytes; ++i) gBytes += static_cast<char>(i * 37 + 11);
+    gGot = gWrite ? gBytes : std::string(kChainBytes, '\0');
+    const mlib::String path = dir_.put("chain", gWrite ? "" : gBytes);
+    unsigned first = 0;
+    std::thread([&] {
+      AsyncProbe file;
+      file.SetCallBackRead(&onChained);
+      file.SetCallBackWrite(&onChained);
+      if (!file.Open(path, 2)) return;
+      const auto start = [&] { first = issue(file, 0); };
+      depth == 300 ? start() : withStackLeft(160 * 1024, start);
+    }).join();
+    EXPECT_EQ(first, 1u);
+    const int levels = static_cast<int>(gLog.size() / 2);
+    std::vector<int> nested;
+    for (int k = 0; k < 2 * levels; ++k) nested.push_back(k < levels ? k : ~(2 * levels - 1 - k));
+    EXPECT_EQ(gLog, nested) << "levels entered 0, 1, ... and left in reverse";
+    EXPECT_EQ(gWrong, 0u);
+    const std::size_t reached = std::min<std::size_t>(levels, kChainBytes);
+    EXPECT_EQ((gWrite ? dir_.get("chain") : gGot).substr(0, reached), gBytes.substr(0, reached));
+    EXPECT_EQ(gRefusal, depth == 300 ? -1 : platform::kErrorStackOverflow);
+    EXPECT_TRUE(depth == 300 ? levels == 300 : levels > 100) << levels << " levels";
+  }
 }

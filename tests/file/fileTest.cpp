@@ -10,151 +10,96 @@
 #include "platform/platform.h"
 
 using mlib::Byte;
-using mlib::MxFile;
-using mlib::String;
-using mlib::test::readFile;
-using mlib::test::TempFolder;
-using mlib::test::writeFile;
-
 using mlib::test::content;
+using mlib::test::kDigits;
 
 namespace {
 
 // MxFile with its state in view.
-class FileProbe : public MxFile {
+class FileProbe : public mlib::MxFile {
  public:
   using MxFile::handle_;
   using MxFile::mode_;
   using MxFile::path_;
   using MxFile::position_;
+  std::string readAt(unsigned count) {
+    std::string out(count, '\0');
+    return out.substr(0, Read(out.data(), count));
+  }
 };
-
-std::string readAt(MxFile& file, unsigned count) {
-  std::string out(count, '\0');
-  out.resize(file.Read(out.data(), count));
-  return out;
-}
-
-constexpr const char kDigits[] = "0123456789";
 
 }  // namespace
 
-TEST(MxFile, RefusedOpensKeepOrCloseTheFileAsDocumented) {
-  TempFolder dir;
-  writeFile(dir.path("a"), kDigits);
-  FileProbe file;
-  ASSERT_TRUE(file.Open(dir.text("a"), 0));
-  EXPECT_FALSE(file.Open(String(), 0));
-  EXPECT_FALSE(file.Open(String(""), 0));
-  EXPECT_EQ(readAt(file, 3), "012") << "an empty path closed the open file";
-
+TEST(MxFile, OpenInEachModeOrRefusedAsDocumented) {
   struct Row {
     const char* name;
     int mode;
+    const char* afterWrite;  // of "0123456789" after "AB" written at 0; null: refused
   };
-  for (const Row& r : {Row{"missing", 0}, Row{"a", 5}, Row{"a", -1}}) {
-    SCOPED_TRACE(std::string(r.name) + " in mode " + std::to_string(r.mode));
-    ASSERT_TRUE(file.Open(dir.text("a"), 2));
-    EXPECT_FALSE(file.Open(dir.text(r.name), r.mode));
-    EXPECT_EQ(file.handle_, nullptr);
-    EXPECT_EQ(file.mode_, 0);
-    EXPECT_EQ(std::string(file.path_.toAnsi()), dir.path(r.name));
-  }
-}
-
-TEST(MxFile, FiveModesOpenReadAndWriteAsTheirStreamModes) {
-  struct Row {
-    int mode;
-    bool opensMissing;
-    const char* afterWrite;  // "AB" written at position 0 of "0123456789"
-  };
-  const Row rows[] = {{0, false, kDigits},
-                      {1, false, "AB23456789"},
-                      {2, false, "AB23456789"},
-                      {3, true, "AB"},
-                      {4, true, "0123456789AB"}};
+  const Row rows[] = {{"old", 0, kDigits}, {"old", 1, "AB23456789"},   {"old", 2, "AB23456789"},
+                      {"old", 3, "AB"},    {"old", 4, "0123456789AB"}, {"new", 3, "AB"},
+                      {"new", 4, "AB"},    {"new", 0, nullptr},        {"new", 1, nullptr},
+                      {"old", 5, nullptr}, {"old", -1, nullptr}};
   for (const Row& r : rows) {
-    SCOPED_TRACE("mode " + std::to_string(r.mode));
-    TempFolder dir;
-    writeFile(dir.path("old"), kDigits);
-    MxFile file;
+    SCOPED_TRACE(std::string(r.name) + " in mode " + std::to_string(r.mode));
+    mlib::test::TempFolder dir;
+    FileProbe file;
+    ASSERT_TRUE(file.Open(dir.put("open"), 0));
+    EXPECT_FALSE(file.Open(mlib::String(), 0) || file.Open(mlib::String(""), 0));
+    EXPECT_EQ(file.readAt(3), "012") << "an empty path closed the open file";
+    dir.put("old");
     // Opening an existing file for create-or-open must not leave "already exists" behind.
     mlib::platform::setLastError(mlib::platform::kErrorAlreadyExists);
-    ASSERT_TRUE(file.Open(dir.text("old"), r.mode));
-    EXPECT_NE(mlib::platform::lastError(), mlib::platform::kErrorAlreadyExists);
-    EXPECT_EQ(file.Write("AB", 2), r.mode == 0 ? 0u : 2u);
-    EXPECT_EQ(file.Open(dir.text("new"), r.mode), r.opensMissing);
-    EXPECT_EQ(readFile(dir.path("old")), r.afterWrite);
-    EXPECT_EQ(mlib::test::fileExists(dir.path("new")), r.opensMissing);
+    ASSERT_EQ(file.Open(dir.text(r.name), r.mode), r.afterWrite != nullptr);
+    EXPECT_TRUE(!r.afterWrite ||
+                mlib::platform::lastError() != mlib::platform::kErrorAlreadyExists);
+    EXPECT_EQ(std::string(file.path_.toAnsi()), dir.path(r.name));
+    EXPECT_EQ(file.Write("AB", 2), r.mode == 0 || !r.afterWrite ? 0u : 2u);
+    EXPECT_EQ(file.mode_, r.mode == 5 || r.mode < 0 ? 0 : r.mode) << "kept when the open fails";
+    file.Close();
+    EXPECT_TRUE(file.handle_ == nullptr && file.path_.IsEmpty() && file.position_ == 0);
+    const char* const untouched = r.name[0] == 'o' ? kDigits : "<missing>";
+    EXPECT_EQ(dir.get(r.name), r.afterWrite ? r.afterWrite : untouched);
   }
 }
 
 TEST(MxFile, ReadsAndWritesNeverMoveThePosition) {
-  TempFolder dir;
-  writeFile(dir.path("a"), kDigits);
+  mlib::test::TempFolder dir;
   FileProbe file;
-  ASSERT_TRUE(file.Open(dir.text("a"), 2));
-  EXPECT_EQ(readAt(file, 4), "0123");
-  EXPECT_EQ(readAt(file, 4), "0123");
-  ASSERT_TRUE(file.Seek(4));
-  EXPECT_EQ(readAt(file, 4), "4567");
-  EXPECT_EQ(file.GetLength(), 10u);
-  EXPECT_EQ(readAt(file, 2), "45") << "GetLength moved the position";
-  EXPECT_EQ(file.Write("xy", 2), 2u);
-  EXPECT_EQ(readAt(file, 3), "xy6");
-  EXPECT_EQ(file.Read(nullptr, 4) + file.Write(nullptr, 4), 0u);
-  EXPECT_TRUE(file.Seek(50)) << "the stream accepts offsets past the end";
-  EXPECT_EQ(readAt(file, 4), "");
-  file.SeekToEnd();
-  EXPECT_EQ(file.position_, 10u);
-  EXPECT_EQ(file.Write("AB", 2), 2u);
-
-  ASSERT_TRUE(file.Open(dir.text("a"), 4));
-  ASSERT_TRUE(file.Seek(3));
-  EXPECT_EQ(file.Write("C", 1), 1u) << "mode 4 appends whatever the position";
-  file.Close();
-  EXPECT_EQ(readFile(dir.path("a")), "0123xy6789ABC");
-}
-
-TEST(MxFile, WholeFileReadAndByteWrite) {
-  TempFolder dir;
-  writeFile(dir.path("ten"), kDigits);
-  writeFile(dir.path("empty"), "");
-  MxFile file;
   Byte out("stale");
-  ASSERT_TRUE(file.Open(dir.text("ten"), 2));
+  ASSERT_TRUE(file.Open(dir.put("a"), 2));
   EXPECT_EQ(file.Read(out), 10);
   EXPECT_EQ(content(out), kDigits);
   EXPECT_EQ(out.GetBufferLength(), 10) << "exactly the file's length, no terminator slot";
-  ASSERT_TRUE(file.Seek(6));
-  EXPECT_EQ(file.Read(out), 4) << "from the position";
-  EXPECT_EQ(content(out), "6789");
-  EXPECT_EQ(file.Write(Byte()), 0u);
-  EXPECT_EQ(file.Write(Byte("xyz")), 3u);
-  ASSERT_TRUE(file.Open(dir.text("empty"), 0));
-  EXPECT_EQ(file.Read(out), 0);
-  EXPECT_EQ(out.GetData(), nullptr);
-  EXPECT_EQ(readFile(dir.path("ten")), "012345xyz9");
-}
-
-TEST(MxFile, CloseClearsEverythingAndCopiesNeverShareTheStream) {
-  TempFolder dir;
-  writeFile(dir.path("a"), kDigits);
-  FileProbe file;
-  file.Close();
-  ASSERT_TRUE(file.Open(dir.text("a"), 0));
-  ASSERT_TRUE(file.Seek(3));
+  EXPECT_EQ(file.readAt(4), "0123");
+  ASSERT_TRUE(file.Seek(4));
+  EXPECT_EQ(file.readAt(4), "4567");
+  EXPECT_EQ(file.GetLength(), 10u);
+  EXPECT_EQ(file.readAt(2), "45") << "GetLength moved the position";
+  EXPECT_EQ(file.Write("xy", 2), 2u);
+  EXPECT_EQ(file.readAt(3), "xy6");
+  EXPECT_EQ(file.Read(out), 6) << "from the position";
+  EXPECT_EQ(content(out), "xy6789");
+  EXPECT_EQ(file.Read(nullptr, 4) + file.Write(nullptr, 4) + file.Write(Byte()), 0u);
+  EXPECT_TRUE(file.Seek(50)) << "the stream accepts offsets past the end";
+  EXPECT_EQ(file.readAt(4), "");
+  file.SeekToEnd();
+  EXPECT_EQ(file.position_, 10u);
+  EXPECT_EQ(file.Write(Byte("AB")), 2u);
   {
     const FileProbe copy(file);
-    EXPECT_EQ(copy.handle_, nullptr);
-    EXPECT_TRUE(copy.path_.IsEmpty());
     FileProbe assigned;
     assigned = file;
-    EXPECT_EQ(assigned.handle_, nullptr);
+    EXPECT_TRUE(copy.handle_ == nullptr && copy.path_.IsEmpty() && assigned.handle_ == nullptr);
   }
-  EXPECT_EQ(readAt(file, 2), "34") << "a copy's destruction closed the stream";
+  ASSERT_TRUE(file.Seek(3)) << "a copy's destruction closed the stream";
+  ASSERT_TRUE(file.Open(dir.text("a"), 4) && file.Seek(3));
+  EXPECT_EQ(file.Write("C", 1), 1u) << "mode 4 appends whatever the position";
+  ASSERT_TRUE(file.Open(dir.put("empty", ""), 0));
+  EXPECT_EQ(file.Read(out), 0);
+  EXPECT_EQ(out.GetData(), nullptr);
   file.Close();
-  EXPECT_TRUE(file.handle_ == nullptr && file.path_.IsEmpty() && file.position_ == 0);
   EXPECT_FALSE(file.Flush() || file.Seek(0));
   EXPECT_EQ(file.GetLength(), 0u);
+  EXPECT_EQ(dir.get("a"), "0123xy6789ABC");
 }

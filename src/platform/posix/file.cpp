@@ -12,11 +12,13 @@
 
 #include <fcntl.h>
 #include <mlib/files.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <deque>
@@ -32,6 +34,7 @@ const int kErrorAlreadyExists = EEXIST;
 const int kErrorIoIncomplete = EALREADY;
 const int kErrorIoPending = EINPROGRESS;
 const int kErrorSharingViolation = EBUSY;
+const int kErrorStackOverflow = ENOMEM;
 
 namespace {
 
@@ -617,6 +620,39 @@ bool closeStream(std::FILE* stream) noexcept {
   // have its number.
   leaveStream(::fileno(stream));
   return std::fclose(stream) == 0;
+}
+
+namespace {
+
+// The bounds of the calling thread's stack (lowest usable address, top), asked once per
+// thread: for the main thread the C library reads the process's memory map to answer.
+struct StackBounds {
+  std::uintptr_t low = 0;
+  std::uintptr_t high = 0;  // 0: not known
+};
+
+StackBounds threadStack() noexcept {
+  StackBounds bounds;
+  pthread_attr_t attributes;
+  if (::pthread_getattr_np(::pthread_self(), &attributes) != 0) return bounds;
+  void* low = nullptr;
+  std::size_t size = 0;
+  if (::pthread_attr_getstack(&attributes, &low, &size) == 0 && low != nullptr) {
+    bounds.low = reinterpret_cast<std::uintptr_t>(low);
+    bounds.high = bounds.low + size;
+  }
+  ::pthread_attr_destroy(&attributes);
+  return bounds;
+}
+
+}  // namespace
+
+std::size_t stackLeft() noexcept {
+  thread_local const StackBounds bounds = threadStack();
+  const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  // Outside the thread's stack (a coroutine's or a signal handler's): not known.
+  if (here <= bounds.low || here > bounds.high) return SIZE_MAX;
+  return here - bounds.low;
 }
 
 }  // namespace mlib::platform

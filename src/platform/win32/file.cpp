@@ -7,6 +7,7 @@
 #include <mlib/files.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 #include "platform/win32/win32.h"
@@ -17,6 +18,7 @@ const int kErrorAlreadyExists = ERROR_ALREADY_EXISTS;
 const int kErrorIoIncomplete = ERROR_IO_INCOMPLETE;
 const int kErrorIoPending = ERROR_IO_PENDING;
 const int kErrorSharingViolation = ERROR_SHARING_VIOLATION;
+const int kErrorStackOverflow = ERROR_STACK_OVERFLOW;
 
 namespace {
 
@@ -130,6 +132,18 @@ FileHandle duplicateFile(FileHandle file) noexcept {
     return nullptr;
   }
   return copy;
+}
+
+std::size_t stackLeft() noexcept {
+  // The stack is one reservation; its base is the lowest address. Asked each time, so a
+  // fiber's stack answers for itself. The last pages are the system's guard: the caller's
+  // reserve covers them.
+  const void* const here = __builtin_frame_address(0);
+  MEMORY_BASIC_INFORMATION region;
+  if (::VirtualQuery(here, &region, sizeof region) == 0) return SIZE_MAX;
+  const auto base = reinterpret_cast<std::uintptr_t>(region.AllocationBase);
+  const auto at = reinterpret_cast<std::uintptr_t>(here);
+  return at > base ? at - base : 0;
 }
 
 std::FILE* openStream(const char* path, const char* streamMode) noexcept {
