@@ -106,7 +106,8 @@ bool cancelIo(FileHandle file) noexcept;
 // access; false otherwise.
 [[nodiscard]] bool flushFile(FileHandle file) noexcept;
 
-// CloseHandle. Completions already queued still run at the next alertable wait.
+// CloseHandle. Completions already queued still run at the next alertable wait. False, with
+// the system's error in lastError(), when the close failed; the handle is gone all the same.
 bool closeFile(FileHandle file) noexcept;
 
 // Makes a second handle to the same open file (same access, same share mode); null on
