@@ -23,25 +23,18 @@ namespace {
 using mlib::String;
 
 int gNth = 0;    // the allocation that fails, counting from 1
-int gCalls = 0;  // allocations seen since arming
-
-int failNth(const char*, int*, void**, unsigned*) { return ++gCalls == gNth; }
+int gCalls = 0;  // allocations the last operation made, up to the failing one
 
 // Runs `op` with the gNth allocation failing; true when it threw std::bad_alloc.
 bool underFault(const std::function<void()>& op) {
-  gCalls = 0;
-  for (const char* point : {"libc/mm/malloc", "libc/mm/calloc", "libc/mm/realloc"}) {
-    fiu_enable_external(point, 1, reinterpret_cast<void*>(std::intptr_t{ENOMEM}), 0, failNth);
-  }
+  mlib::test::arm({{"libc/mm/*", ENOMEM, gNth}});
   bool threw = false;
   try {
     op();
   } catch (const std::bad_alloc&) {
     threw = true;
   }
-  for (const char* point : {"libc/mm/malloc", "libc/mm/calloc", "libc/mm/realloc"}) {
-    fiu_disable(point);
-  }
+  gCalls = mlib::test::disarm();
   return threw;
 }
 

@@ -1,6 +1,6 @@
-// Failing chosen C library calls on demand: libfiu's failure points ("posix/io/rw/pwrite",
-// "libc/mm/malloc", ...; the preload library fails the call with the errno given here), armed
-// to fail one call of a point, or every call (a storm of interruptions, say).
+// Failing chosen C library calls on demand through libfiu's failure points
+// ("posix/io/rw/pwrite", "libc/mm/*" for every allocation, ...): the preload library then
+// fails the call with the errno given here.
 #ifndef MLIB_TESTS_FAULTS_FAULTS_H
 #define MLIB_TESTS_FAULTS_FAULTS_H
 
@@ -15,8 +15,9 @@
 
 namespace mlib::test {
 
-// One armed point: its `nth` call fails (counting from 1), or every call when nth is 0, up to
-// kStorm calls, so a retry loop without a bound ends the test instead of hanging it.
+// The nth call of the point fails (counting from 1; a trailing '*' matches every point under
+// it, counted together), or every call when nth is 0, up to kStorm calls, so a retry loop
+// without a bound ends the test instead of hanging it.
 struct Fault {
   const char* point;
   int error;  // errno of the failing call
@@ -35,14 +36,17 @@ inline std::vector<Armed>& armedFaults() {
 
 inline int decideFault(const char* name, int*, void**, unsigned*) {
   for (Armed& a : armedFaults()) {
-    if (std::strcmp(a.fault.point, name) != 0) continue;
+    const std::size_t n = std::strcspn(a.fault.point, "*");
+    if (std::strncmp(a.fault.point, name, n) != 0 || (a.fault.point[n] == 0 && name[n] != 0)) {
+      continue;
+    }
     ++a.calls;
     return a.fault.nth == 0 ? a.calls <= kStorm : a.calls == a.fault.nth;
   }
   return 0;
 }
 
-// Arms every fault; room is made first, so the decisions themselves never allocate.
+// Arms the faults (room is made first: a decision never allocates).
 inline void arm(const std::vector<Fault>& faults) {
   static const bool started = fiu_init(0) == 0;
   (void)started;
@@ -55,7 +59,7 @@ inline void arm(const std::vector<Fault>& faults) {
   }
 }
 
-// Disarms everything; returns the most calls any armed point saw.
+// Disarms everything; returns the most calls an armed point saw.
 inline int disarm() {
   int most = 0;
   for (const Armed& a : armedFaults()) {
