@@ -31,6 +31,8 @@
 MLIB_INTERPOSE(ssize_t, readlink, (const char* p, char* b, size_t n), (p, b, n))
 MLIB_INTERPOSE(off_t, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
 MLIB_INTERPOSE(int, fstat, (int fd, struct stat* st), (fd, st))
+MLIB_INTERPOSE(int, stat, (const char* p, struct stat* st), (p, st))
+MLIB_INTERPOSE(int, fcntl, (int fd, int command, long arg), (fd, command, arg))
 
 namespace {
 
@@ -54,7 +56,8 @@ void record(MxAsyncFile&, unsigned bytes, mlib::MxException& e) {
 }
 
 // Ops: 'o' Open(2), 't' Open(3) (truncating), 'r' Read 10 bytes, 'b' Read(Byte&), 'w' Write
-// kData, 'f' / 'c' Flush / Close after a Write of kData, 'l' GetLength.
+// kData, 'f' / 'c' Flush / Close after a Write of kData, 'l' GetLength, 's' Seek(4), 'd' the
+// length of a copy (MxAsyncFileWin's copy duplicates the handle).
 struct IoRow {
   char op;
   std::vector<Fault> faults;  // nth 0: every call fails (a storm)
@@ -84,35 +87,20 @@ void runRows(MxFile& file, const std::vector<IoRow>& rows) {
     gDone = {0, 0, -1};
     char buffer[16] = {};
     Byte whole;
+    const mlib::String name = folder.text("f");
     mlib::test::arm(row.faults);
     errno = 0;
-    long result = 0;
-    switch (row.op) {
-      case 'o':
-        result = file.Open(folder.text("f"), 2);
-        break;
-      case 't':
-        result = file.Open(folder.text("f"), 3);
-        break;
-      case 'r':
-        result = file.Read(buffer, 10);
-        break;
-      case 'b':
-        result = file.Read(whole);
-        break;
-      case 'w':
-        result = file.Write(kData.data(), 26);
-        break;
-      case 'f':
-        result = file.Flush();
-        break;
-      case 'c':
-        file.Close();
-        break;
-      case 'l':
-        result = file.GetLength();
-        break;
-    }
+    const long result = [&]() -> long {
+      if (row.op == 'o' || row.op == 't') return file.Open(name, row.op == 'o' ? 2 : 3);
+      if (row.op == 'r') return file.Read(buffer, 10);
+      if (row.op == 'b') return file.Read(whole);
+      if (row.op == 'w') return file.Write(kData.data(), 26);
+      if (row.op == 'f') return file.Flush();
+      if (row.op == 'c') return file.Close(), 0;
+      if (row.op == 'l') return file.GetLength();
+      if (row.op == 's') return file.Seek(4);
+      return mlib::MxAsyncFileWin(*async).GetLength();
+    }();
     const int error = errno;
     EXPECT_LE(mlib::test::disarm(), kRetryBound);
     EXPECT_EQ(result, row.result);
@@ -167,6 +155,7 @@ TEST(IoFaults, BufferedFileReportsEveryFailedCall) {
                     {'r', {{"posix/stdio/rw/fread", EIO, 1}}, 0, EIO},
                     {'b', {{"posix/stdio/rw/fread", EIO, 1}}, 0, EIO},
                     {'l', {{"posix/stdio/seek/ftell", EIO, 1}}, 0, EIO},
+                    {'s', {{"posix/stdio/seek/fseek", EIO, 1}}, 0, EIO},
                     {'w', {{"posix/stdio/rw/fwrite", ENOSPC, 1}}, 0, ENOSPC},
                     {'f', {{"posix/stdio/fflush", ENOSPC, 1}}, 0, ENOSPC},
                     {'f', {{"posix/stdio/fflush", EIO, 1}}, 0, EIO},
@@ -196,6 +185,10 @@ TEST(IoFaults, OverlappedFileReportsEveryFailedCall) {
                     {'b', {{pread, EIO, 1}}, 0, EIO},
                     {'b', {shortRead}, 10, 0, 0},
                     {'l', {{"mlib/lseek", EIO, 1}}, 0xFFFFFFFFL, EIO},
+                    {'b', {{"mlib/lseek", EIO, 1}}, 0, EIO},
+                    {'s', {{"mlib/lseek", EIO, 1}}, 1, EIO},  // compared with 0xFFFFFFFF
+                    {'d', {{"mlib/fcntl", EMFILE, 1}}, 0xFFFFFFFFL, EMFILE},
+                    {'o', {{"mlib/stat", EACCES, 1}}, 1, 0},  // only a hint: the open decides
                     {'w', {{pwrite, ENOSPC, 1}}, 0, ENOSPC},
                     {'w', {{pwrite, EIO, 1}}, 0, EIO},
                     {'w', {{pwrite, EINTR, 1}}, 1, 0, 0},
