@@ -4,7 +4,6 @@
 #include <mlib/exceptions.h>
 #include <mlib/files.h>
 
-#include <cerrno>
 #include <new>
 
 #include "platform/platform.h"
@@ -89,7 +88,7 @@ bool MxAsyncFileWin::Open(const String& path, int mode) {
     if (&path != &path_) path_ = path;
   } catch (const std::bad_alloc&) {  // files never throw: no memory, no open file
     if (handle_ != nullptr) releaseHandle(false);
-    platform::setLastError(ENOMEM);
+    platform::setLastError(platform::kErrorNotEnoughMemory);
     return false;
   }
   return handle_ != nullptr;

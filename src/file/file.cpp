@@ -2,7 +2,6 @@
 // to the object's position, so the stream's own offset never matters between calls.
 #include <mlib/files.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <new>
@@ -58,7 +57,7 @@ bool MxFile::Open(const String& path, int mode) {
     if (static_cast<unsigned>(mode) >= kModeCount) return false;
     name = path_.toAnsi();
   } catch (const std::bad_alloc&) {
-    platform::setLastError(ENOMEM);
+    platform::setLastError(platform::kErrorNotEnoughMemory);
     return false;
   }
   position_ = 0;

@@ -46,6 +46,7 @@ extern const int kErrorAlreadyExists;     // a create-or-open found the file pre
 extern const int kErrorIoIncomplete;      // the request has not finished yet (996)
 extern const int kErrorIoPending;         // the request runs in the background (997)
 extern const int kErrorSharingViolation;  // another holder's share mode refuses (32)
+extern const int kErrorNotEnoughMemory;   // the heap is exhausted (8)
 
 // How an alertable wait ended.
 enum class WaitResult {

@@ -32,6 +32,7 @@ const int kErrorAlreadyExists = EEXIST;
 const int kErrorIoIncomplete = EALREADY;
 const int kErrorIoPending = EINPROGRESS;
 const int kErrorSharingViolation = EBUSY;
+const int kErrorNotEnoughMemory = ENOMEM;
 
 namespace {
 

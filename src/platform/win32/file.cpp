@@ -17,6 +17,7 @@ const int kErrorAlreadyExists = ERROR_ALREADY_EXISTS;
 const int kErrorIoIncomplete = ERROR_IO_INCOMPLETE;
 const int kErrorIoPending = ERROR_IO_PENDING;
 const int kErrorSharingViolation = ERROR_SHARING_VIOLATION;
+const int kErrorNotEnoughMemory = ERROR_NOT_ENOUGH_MEMORY;
 
 namespace {
 
