@@ -107,6 +107,9 @@ void runRows(MxFile& file, const std::vector<IoRow>& rows) {
     if (row.error >= 0) {
       EXPECT_EQ(error, row.error);
     }
+    if ((row.op == 'o' || row.op == 't') && result == 0) {  // closed
+      EXPECT_EQ(file.GetLength(), async != nullptr ? 0xFFFFFFFFu : 0u);
+    }
     EXPECT_EQ(gDone.calls, row.code >= 0 ? 1 : 0);
     EXPECT_EQ(gDone.code, row.code);
     // What a read reported is what the file holds.
