@@ -98,7 +98,13 @@ bool MxAsyncFileWin::Open(const String& path, int mode) {
   handle_ = platform::openOverlappedFile(name, known ? kAccessByMode[mode] : 0,
                                          known ? kCreationByMode[mode] : 0);
   mode_ = mode;
-  if (&path != &path_) path_ = path;
+  try {
+    if (&path != &path_) path_ = path;
+  } catch (const std::bad_alloc&) {  // files never throw: no memory, no open file
+    if (handle_ != nullptr) releaseHandle(false);
+    platform::setLastError(platform::kErrorNotEnoughMemory);
+    return false;
+  }
   return handle_ != nullptr;
 }
 

@@ -50,11 +50,17 @@ bool MxFile::closeStream() noexcept {
 bool MxFile::Open(const String& path, int mode) {
   if (path.IsEmpty()) return false;
   Close();
-  if (&path != &path_) path_ = path;
-  if (static_cast<unsigned>(mode) >= kModeCount) return false;
-
+  // Files never throw: without memory for the path or its ANSI form the file stays closed.
+  const char* name;
+  try {
+    if (&path != &path_) path_ = path;
+    if (static_cast<unsigned>(mode) >= kModeCount) return false;
+    name = path_.toAnsi();
+  } catch (const std::bad_alloc&) {
+    platform::setLastError(platform::kErrorNotEnoughMemory);
+    return false;
+  }
   position_ = 0;
-  const char* const name = path_.toAnsi();
   // The stream takes part in the share modes of the overlapped files (they share reading
   // only): the system checks them on Windows, the platform layer elsewhere.
   handle_ = name != nullptr ? platform::openStream(name, kStreamModes[mode]) : nullptr;

@@ -48,6 +48,7 @@ extern const int kErrorIoIncomplete;      // the request has not finished yet (9
 extern const int kErrorIoPending;         // the request runs in the background (997)
 extern const int kErrorSharingViolation;  // another holder's share mode refuses (32)
 extern const int kErrorStackOverflow;     // the thread's stack is nearly spent (1001; ENOMEM)
+extern const int kErrorNotEnoughMemory;   // the heap is exhausted (8)
 
 // How an alertable wait ended.
 enum class WaitResult {
@@ -108,7 +109,8 @@ bool cancelIo(FileHandle file) noexcept;
 // access; false otherwise.
 [[nodiscard]] bool flushFile(FileHandle file) noexcept;
 
-// CloseHandle. Completions already queued still run at the next alertable wait.
+// CloseHandle. Completions already queued still run at the next alertable wait. False, with
+// the system's error in lastError(), when the close failed; the handle is gone all the same.
 bool closeFile(FileHandle file) noexcept;
 
 // Makes a second handle to the same open file (same access, same share mode); null on

@@ -324,7 +324,14 @@ String& String::operator+=(const WideChar* text) {
   }
   if (firstCount + secondCount == 0) return *this;
   // No room: one exact-size buffer for both parts; the ANSI buffer goes with the old one.
-  WideChar* fresh = allocWideRaw(firstCount + secondCount + 1);
+  WideChar* fresh;
+  try {
+    fresh = allocWideRaw(firstCount + secondCount + 1);
+  } catch (const std::bad_alloc&) {
+    // The text stays as it was: what the measuring copy left in the room goes again.
+    if (capacity != 0 && !inside) zeroWide(buffer_ + firstCount, room);
+    throw;
+  }
   copyUnits(fresh, buffer_, firstCount);
   copyUnits(fresh + firstCount, text, secondCount);
   fresh[firstCount + secondCount] = 0;

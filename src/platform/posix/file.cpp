@@ -35,6 +35,7 @@ const int kErrorIoIncomplete = EALREADY;
 const int kErrorIoPending = EINPROGRESS;
 const int kErrorSharingViolation = EBUSY;
 const int kErrorStackOverflow = ENOMEM;
+const int kErrorNotEnoughMemory = ENOMEM;
 
 namespace {
 
@@ -132,6 +133,21 @@ bool runQueue() noexcept {
   return true;
 }
 
+// A call interrupted by a signal is made again, as the Win32 call it stands for would finish
+// its request; but not forever: after this many interruptions in a row it fails with EINTR.
+constexpr int kMaxInterruptions = 100;
+
+// Calls `call` until it succeeds (non-negative result) or fails other than by an interruption,
+// at most kMaxInterruptions + 1 times; the last result, with its errno.
+template <typename Call>
+auto retryInterrupted(Call call) noexcept -> decltype(call()) {
+  auto result = call();
+  for (int again = 0; result < 0 && errno == EINTR && again < kMaxInterruptions; ++again) {
+    result = call();
+  }
+  return result;
+}
+
 struct Transfer {
   unsigned long byteCount;  // bytes moved
   int error;                // errno of the call that stopped it, 0 at the end or when done
@@ -145,10 +161,11 @@ std::uint64_t offsetOf(const IoOverlapped& overlapped) noexcept {
 Transfer readAt(int fd, unsigned char* dst, unsigned byteCount, std::uint64_t offset) noexcept {
   Transfer done{0, 0};
   while (done.byteCount < byteCount) {
-    const ssize_t got = ::pread(fd, dst + done.byteCount, byteCount - done.byteCount,
-                                static_cast<off_t>(offset + done.byteCount));
+    const ssize_t got = retryInterrupted([&] {
+      return ::pread(fd, dst + done.byteCount, byteCount - done.byteCount,
+                     static_cast<off_t>(offset + done.byteCount));
+    });
     if (got < 0) {
-      if (errno == EINTR) continue;
       done.error = errno;
       break;
     }
@@ -163,10 +180,11 @@ Transfer writeAt(int fd, const unsigned char* src, unsigned byteCount,
                  std::uint64_t offset) noexcept {
   Transfer done{0, 0};
   while (done.byteCount < byteCount) {
-    const ssize_t put = ::pwrite(fd, src + done.byteCount, byteCount - done.byteCount,
-                                 static_cast<off_t>(offset + done.byteCount));
+    const ssize_t put = retryInterrupted([&] {
+      return ::pwrite(fd, src + done.byteCount, byteCount - done.byteCount,
+                      static_cast<off_t>(offset + done.byteCount));
+    });
     if (put < 0) {
-      if (errno == EINTR) continue;
       done.error = errno;
       break;
     }
@@ -291,11 +309,7 @@ int notRegularError(mode_t mode) noexcept { return S_ISDIR(mode) ? EISDIR : ESPI
 // whether this call made the file: an exclusive create is tried first, then a plain open.
 int openDescriptor(const char* name, int flags, int creationFlag, bool* created) noexcept {
   const auto openWith = [name, flags](int extra) {
-    int fd;
-    do {
-      fd = ::open(name, flags | extra | O_CLOEXEC, 0666);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
+    return retryInterrupted([&] { return ::open(name, flags | extra | O_CLOEXEC, 0666); });
   };
   *created = false;
   if ((creationFlag & O_CREAT) == 0) return openWith(creationFlag);
@@ -313,11 +327,7 @@ int openDescriptor(const char* name, int flags, int creationFlag, bool* created)
 }
 
 bool truncateDescriptor(int fd) noexcept {
-  int result;
-  do {
-    result = ::ftruncate(fd, 0);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+  return retryInterrupted([fd] { return ::ftruncate(fd, 0); }) == 0;
 }
 
 // Enters an overlapped handle's record in the table: 0, or the error that refuses it.
@@ -509,11 +519,7 @@ bool flushFile(FileHandle file) noexcept {
     errno = EACCES;
     return false;
   }
-  int result;
-  do {
-    result = ::fsync(handle.fd);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+  return retryInterrupted([&handle] { return ::fsync(handle.fd); }) == 0;
 }
 
 bool closeFile(FileHandle file) noexcept {
@@ -528,9 +534,13 @@ bool closeFile(FileHandle file) noexcept {
     }
     table.files.erase(std::find(table.files.begin(), table.files.end(), record));
   }
-  closeDescriptor(record->fd);
+  // A failing close (EIO from a network file system, say) may have lost written data: its
+  // error is the result. The descriptor is gone either way, so it is never closed again.
+  const bool closed = ::close(record->fd) == 0;
+  const int error = errno;
   delete record;
-  return true;
+  if (!closed) errno = error;
+  return closed;
 }
 
 FileHandle duplicateFile(FileHandle file) noexcept {
@@ -582,10 +592,7 @@ std::FILE* openStream(const char* path, const char* streamMode) noexcept {
     errno = EINVAL;
     return nullptr;
   }
-  int fd;
-  do {
-    fd = ::open(path, flags, 0666);
-  } while (fd < 0 && errno == EINTR);
+  const int fd = retryInterrupted([path, flags] { return ::open(path, flags, 0666); });
   if (fd < 0) return nullptr;
   struct stat opened {};
   const int refused = ::fstat(fd, &opened) != 0

@@ -19,6 +19,7 @@ const int kErrorIoIncomplete = ERROR_IO_INCOMPLETE;
 const int kErrorIoPending = ERROR_IO_PENDING;
 const int kErrorSharingViolation = ERROR_SHARING_VIOLATION;
 const int kErrorStackOverflow = ERROR_STACK_OVERFLOW;
+const int kErrorNotEnoughMemory = ERROR_NOT_ENOUGH_MEMORY;
 
 namespace {
 
