@@ -1,15 +1,99 @@
-// The conversions of <mlib/text.h> between the ANSI code page, UTF-8 and UTF-16. Expected
-// bytes come from the code page tables: in 1252, 0x80 is the euro sign and U+0100 falls
-// back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
+// The copy helpers, buffer re-sizing and conversions of <mlib/text.h> between the ANSI code
+// page, UTF-8 and UTF-16. Expected bytes come from the code page tables: in 1252, 0x80 is
+// the euro sign and U+0100 falls back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
+#include <cstring>
 #include <string>
+#include <vector>
 
+#include "ansiPageSamples.h"
 #include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
+
+TEST(CopyHelpers, WideCopiesZeroFillCutAndRefuseBadArguments) {
+  using WideCopy = WideChar* (*)(WideChar*, const WideChar*, int);
+  for (WideCopy copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) {
+    // capacity, then the whole buffer afterwards: text, zero fill, untouched canaries.
+    const struct {
+      int capacity;
+      WideString want;
+    } rows[] = {{4, WideString(MLIB_T("abc\0~~~~"), 8)},
+                {7, WideString(MLIB_T("abcdef\0~"), 8)},
+                {8, WideString(MLIB_T("abcdef\0\0"), 8)},
+                {1, WideString(MLIB_T("\0~~~~~~~"), 8)}};
+    for (const auto& r : rows) {
+      WideString dst(8, '~');
+      ASSERT_EQ(copy(&dst[0], MLIB_T("abcdef"), r.capacity), &dst[0]);
+      EXPECT_EQ(dst, r.want) << "capacity " << r.capacity;
+    }
+    WideChar dst[2] = {'~', '~'};
+    EXPECT_EQ(copy(nullptr, MLIB_T("a"), 2), nullptr);
+    EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
+    EXPECT_EQ(copy(dst, MLIB_T("a"), 0), nullptr);
+    EXPECT_EQ(dst[0], '~');
+  }
+  char narrow[8] = "xxxxxxx";
+  ASSERT_EQ(StrCpyA(narrow, "abcdef", 4), narrow);
+  EXPECT_EQ(std::string(narrow, 8), std::string("abc\0xxx\0", 8));
+  EXPECT_EQ(StrCpyA(narrow, "ab", 0), nullptr);
+  EXPECT_EQ(StrCpyA(narrow, nullptr, 4), nullptr);
+
+  // StrCpyN copies min(count, capacity - 1) characters and a terminator, nothing more.
+  const struct {
+    int count, capacity;
+    WideString want;
+  } rows[] = {{2, 10, WideString(MLIB_T("ab\0~"), 4)},
+              {10, 4, WideString(MLIB_T("abc\0~"), 5)},
+              {4, 4, WideString(MLIB_T("abc\0~"), 5)},
+              {20, 30, WideString(MLIB_T("abcdef\0~"), 8)},
+              {-3, 5, WideString(MLIB_T("\0~"), 2)}};  // a negative count copies nothing
+  for (const auto& r : rows) {
+    WideString dst(10, '~');
+    ASSERT_EQ(StrCpyN(&dst[0], MLIB_T("abcdef"), r.count, r.capacity), &dst[0]);
+    EXPECT_EQ(dst.substr(0, r.want.size()), r.want) << r.count << " into " << r.capacity;
+  }
+  WideChar dst[4];
+  EXPECT_EQ(StrCpyN(dst, MLIB_T("a"), 1, 0), nullptr);
+  EXPECT_EQ(StrCpyN(dst, nullptr, 1, 4), nullptr);
+}
+
+TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
+  const unsigned char src[8] = {1, 2, 0, 4, 5, 6, 7, 8};
+  unsigned char dst[8] = {};
+  EXPECT_EQ(Memcpy(dst, src, 5, 3), dst);  // min(count, limit)
+  EXPECT_EQ(std::memcmp(dst, "\1\2\0\0", 4), 0);
+  EXPECT_EQ(Memcpy(dst, nullptr, 5, 5), dst);
+  for (auto copy : {a2t, a2w, t2a, w2a}) {
+    std::memset(dst, 0xEE, sizeof(dst));
+    ASSERT_EQ(copy(dst, src, 6), dst);
+    EXPECT_EQ(std::memcmp(dst, src, 6), 0) << "six bytes, the zero among them, no widening";
+    EXPECT_EQ(dst[6], 0xEE);
+    EXPECT_EQ(copy(dst, src, -1), dst);
+    EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
+  }
+
+  char* narrow = new char[4]{'a', 'b', 'c', '\0'};
+  EXPECT_EQ(ResizeBufferA(narrow, 0), narrow) << "capacity 0 returns the buffer itself";
+  EXPECT_EQ(ResizeBufferA(nullptr, 8), nullptr);
+  narrow = ResizeBufferA(narrow, 6);
+  EXPECT_EQ(std::string(narrow, 6), std::string("abc\0\0\0", 6));
+  narrow = ResizeBufferA(narrow, 3);
+  EXPECT_EQ(std::string(narrow, 3), std::string("ab\0", 3));
+  delete[] narrow;
+  for (auto resize : {ResizeBufferT, ResizeBufferW}) {
+    WideChar* wide = new WideChar[5]{'a', 'b', 'c', 'd', 0};
+    EXPECT_EQ(resize(wide, 0), wide);
+    wide = resize(wide, 3);
+    EXPECT_EQ(WideString(wide, 3), WideString(MLIB_T("ab\0"), 3));
+    wide = resize(wide, 5);
+    EXPECT_EQ(WideString(wide, 5), WideString(MLIB_T("ab\0\0\0"), 5));
+    delete[] wide;
+  }
+}
 
 TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
   MLIB_USE_ANSI_CODE_PAGE(1252);
@@ -36,10 +120,7 @@ TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
     std::string want;
   } toAnsi[] = {{MLIB_T("abcd"), 5, std::string("abcd\0~", 6)},
                 {MLIB_T("abcd"), 4, std::string("abc\0~~", 6)},
-                {MLIB_T("\u20AC\u0100\u4E2D"), 5,
-                 std::string("\x80"
-                             "A?\0\0~",
-                             6)}};
+                {MLIB_T("\u20AC\u0100\u4E2D"), 5, std::string("\x80\x41?\0\0~", 6)}};
   for (const auto& r : toAnsi) {
     for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
       std::string dst(6, '~');
@@ -84,7 +165,6 @@ TEST(Conversions, Utf8KeepsEveryCharacterAndCutsWhole) {
   std::string bytes(20, '~');
   ASSERT_EQ(WideToUtf8(&bytes[0], wide.c_str(), 20), &bytes[0]);
   EXPECT_EQ(std::string(bytes.c_str()), utf8);
-
   // A cut never leaves half a character: the surrogate pair would need units 8 and 9.
   units.assign(11, '~');
   Utf8ToWide(&units[0], utf8, 10);
@@ -123,7 +203,30 @@ TEST(Conversions, TripsThroughAnsiKeepOnlyWhatTheCodePageHolds) {
   EXPECT_EQ(narrow[0], '~');
   EXPECT_EQ(U82A(narrow, nullptr, 8), nullptr);
   EXPECT_EQ(A2U8(narrow, "a", 0), nullptr);
-
   EXPECT_FALSE(SetAnsiCodePage(12345));
   EXPECT_EQ(GetAnsiCodePage(), 1252u);
+}
+
+// Under every page that can be the ANSI page, the trips' ANSI temporaries hold the whole
+// text, UTF-8's three-byte characters included. Where the ANSI code page cannot be chosen
+// (Windows), only the active one is tried.
+TEST(Conversions, TripsThroughEveryAnsiPageKeepItsTextWhole) {
+  using mlib::test::bytesIn;
+  const int tried = mlib::test::forEachAnsiPageSample([](const mlib::test::AnsiPageSample& sample) {
+    const std::string utf8 = bytesIn(65001, sample.text);
+    const std::string ansi = bytesIn(sample.codePage, sample.text);
+    std::vector<char> narrow(utf8.size() + 8, '~');
+    ASSERT_EQ(T2U8(narrow.data(), sample.text, static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), utf8);
+    std::vector<WideChar> wide(utf8.size() + 8, '~');
+    ASSERT_EQ(U82T(wide.data(), utf8.c_str(), static_cast<int>(wide.size())), wide.data());
+    EXPECT_EQ(WideString(wide.data()), WideString(sample.text));
+    narrow.assign(ansi.size() + 1, '~');
+    ASSERT_EQ(U82A(narrow.data(), utf8.c_str(), static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), ansi);
+    narrow.assign(utf8.size() + 1, '~');
+    ASSERT_EQ(A2U8(narrow.data(), ansi.c_str(), static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), utf8);
+  });
+  EXPECT_GE(tried, 1) << "no sample for the active ANSI code page " << GetAnsiCodePage();
 }
