@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -14,21 +15,27 @@
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
 
-TEST(CopyHelpers, WideCopiesZeroFillCutAndRefuseBadArguments) {
-  using WideCopy = WideChar* (*)(WideChar*, const WideChar*, int);
-  for (WideCopy copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) {
-    // capacity, then the whole buffer afterwards: text, zero fill, untouched canaries.
-    const struct {
-      int capacity;
-      WideString want;
-    } rows[] = {{4, WideString(MLIB_T("abc\0~~~~"), 8)},
-                {7, WideString(MLIB_T("abcdef\0~"), 8)},
-                {8, WideString(MLIB_T("abcdef\0\0"), 8)},
-                {1, WideString(MLIB_T("\0~~~~~~~"), 8)}};
-    for (const auto& r : rows) {
+namespace {
+
+// What a cutting copy or conversion leaves in a buffer of `size` elements: the text cut to
+// capacity - 1, zeros up to the capacity, the canaries '~' after.
+template <typename C>
+std::basic_string<C> cutAndFilled(std::basic_string<C> text, int capacity, std::size_t size) {
+  text.resize(std::min(text.size(), static_cast<std::size_t>(capacity) - 1));
+  text.resize(static_cast<std::size_t>(capacity), 0);
+  text.resize(size, '~');
+  return text;
+}
+
+}  // namespace
+
+TEST(CopyHelpers, CopiesZeroFillCutAndRefuseBadArguments) {
+  const WideString text = MLIB_T("abcdef");
+  for (auto copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) {
+    for (int capacity = 1; capacity <= 8; ++capacity) {
       WideString dst(8, '~');
-      ASSERT_EQ(copy(&dst[0], MLIB_T("abcdef"), r.capacity), &dst[0]);
-      EXPECT_EQ(dst, r.want) << "capacity " << r.capacity;
+      ASSERT_EQ(copy(&dst[0], text.c_str(), capacity), &dst[0]);
+      EXPECT_EQ(dst, cutAndFilled(text, capacity, 8)) << "capacity " << capacity;
     }
     WideChar dst[2] = {'~', '~'};
     EXPECT_EQ(copy(nullptr, MLIB_T("a"), 2), nullptr);
@@ -36,25 +43,26 @@ TEST(CopyHelpers, WideCopiesZeroFillCutAndRefuseBadArguments) {
     EXPECT_EQ(copy(dst, MLIB_T("a"), 0), nullptr);
     EXPECT_EQ(dst[0], '~');
   }
-  char narrow[8] = "xxxxxxx";
-  ASSERT_EQ(StrCpyA(narrow, "abcdef", 4), narrow);
-  EXPECT_EQ(std::string(narrow, 8), std::string("abc\0xxx\0", 8));
+  for (int capacity = 1; capacity <= 8; ++capacity) {
+    std::string dst(8, '~');
+    ASSERT_EQ(StrCpyA(&dst[0], "abcdef", capacity), &dst[0]);
+    EXPECT_EQ(dst, cutAndFilled(std::string("abcdef"), capacity, 8)) << "capacity " << capacity;
+  }
+  char narrow[2] = {'~', '~'};
   EXPECT_EQ(StrCpyA(narrow, "ab", 0), nullptr);
-  EXPECT_EQ(StrCpyA(narrow, nullptr, 4), nullptr);
-
-  // StrCpyN copies min(count, capacity - 1) characters and a terminator, nothing more.
-  const struct {
-    int count, capacity;
-    WideString want;
-  } rows[] = {{2, 10, WideString(MLIB_T("ab\0~"), 4)},
-              {10, 4, WideString(MLIB_T("abc\0~"), 5)},
-              {4, 4, WideString(MLIB_T("abc\0~"), 5)},
-              {20, 30, WideString(MLIB_T("abcdef\0~"), 8)},
-              {-3, 5, WideString(MLIB_T("\0~"), 2)}};  // a negative count copies nothing
-  for (const auto& r : rows) {
-    WideString dst(10, '~');
-    ASSERT_EQ(StrCpyN(&dst[0], MLIB_T("abcdef"), r.count, r.capacity), &dst[0]);
-    EXPECT_EQ(dst.substr(0, r.want.size()), r.want) << r.count << " into " << r.capacity;
+  EXPECT_EQ(StrCpyA(narrow, nullptr, 2), nullptr);
+  EXPECT_EQ(narrow[0], '~');
+  // StrCpyN copies min(count, capacity - 1) characters (none for a negative count) and a
+  // terminator, and leaves the rest alone.
+  for (int count : {-3, 0, 2, 4, 6, 10}) {
+    for (int capacity = 1; capacity <= 8; ++capacity) {
+      WideString dst(10, '~');
+      ASSERT_EQ(StrCpyN(&dst[0], text.c_str(), count, capacity), &dst[0]);
+      const std::size_t copied =
+          static_cast<std::size_t>(std::clamp(count < capacity ? count : capacity - 1, 0, 6));
+      EXPECT_EQ(dst, text.substr(0, copied) + WideChar(0) + WideString(9 - copied, '~'))
+          << count << " into " << capacity;
+    }
   }
   WideChar dst[4];
   EXPECT_EQ(StrCpyN(dst, MLIB_T("a"), 1, 0), nullptr);
@@ -97,41 +105,37 @@ TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
 
 TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
   MLIB_USE_ANSI_CODE_PAGE(1252);
-  // Each row: capacity, then the whole 6-unit buffer after the call (canaries are '~').
+  // Text that needs exactly the capacity fits whole; 1252 has one byte per character, so
+  // every capacity leaves the text cut to capacity - 1, then zeros.
   const struct {
-    const char* src;
-    int capacity;
-    WideString want;
-  } toWide[] = {{"abcd", 5, WideString(MLIB_T("abcd\0~"), 6)},  // needs exactly 5: fits whole
-                {"abcd", 4, WideString(MLIB_T("abc\0~~"), 6)},
-                {"ab", 5, WideString(MLIB_T("ab\0\0\0~"), 6)},
-                {"", 2, WideString(MLIB_T("\0\0~~~~"), 6)},
-                {"\x80\xE9", 3, WideString(MLIB_T("\u20AC\u00E9\0~~~"), 6)}};
-  for (const auto& r : toWide) {
-    for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
-      WideString dst(6, '~');
-      ASSERT_EQ(convert(&dst[0], r.src, r.capacity), &dst[0]);
-      EXPECT_EQ(dst, r.want) << r.src << " into " << r.capacity;
-    }
-  }
-  const struct {
-    const WideChar* src;
-    int capacity;
-    std::string want;
-  } toAnsi[] = {{MLIB_T("abcd"), 5, std::string("abcd\0~", 6)},
-                {MLIB_T("abcd"), 4, std::string("abc\0~~", 6)},
-                {MLIB_T("\u20AC\u0100\u4E2D"), 5, std::string("\x80\x41?\0\0~", 6)}};
-  for (const auto& r : toAnsi) {
-    for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
-      std::string dst(6, '~');
-      ASSERT_EQ(convert(&dst[0], r.src, r.capacity), &dst[0]);
-      EXPECT_EQ(dst, r.want) << "capacity " << r.capacity;
+    std::string ansi;
+    WideString wide;
+  } rows[] = {{"abcd", MLIB_T("abcd")},
+              {"", MLIB_T("")},
+              {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
+              {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
+  for (const auto& r : rows) {
+    for (int capacity = 1; capacity <= 6; ++capacity) {
+      SCOPED_TRACE(testing::Message() << r.ansi << ", capacity " << capacity);
+      for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
+        if (r.ansi.find('?') != std::string::npos) break;
+        WideString dst(8, '~');
+        ASSERT_EQ(convert(&dst[0], r.ansi.c_str(), capacity), &dst[0]);
+        EXPECT_EQ(dst, cutAndFilled(r.wide, capacity, 8));
+      }
+      for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
+        std::string dst(8, '~');
+        ASSERT_EQ(convert(&dst[0], r.wide.c_str(), capacity), &dst[0]);
+        EXPECT_EQ(dst, cutAndFilled(r.ansi, capacity, 8));
+      }
     }
   }
   WideChar wide[2] = {'~', '~'};
   char narrow[2] = {'~', '~'};
   EXPECT_EQ(StrA2W(wide, "a", 0), nullptr);
+  EXPECT_EQ(StrA2T(wide, "a", 0), nullptr);
   EXPECT_EQ(ANSIToWide(wide, nullptr, 2), nullptr);
+  EXPECT_EQ(StrW2A(narrow, MLIB_T("a"), 0), nullptr);
   EXPECT_EQ(StrT2A(narrow, MLIB_T("a"), 0), nullptr);
   EXPECT_EQ(WideToANSI(nullptr, MLIB_T("a"), 2), nullptr);
   EXPECT_EQ(wide[0] + narrow[0], '~' + '~');
