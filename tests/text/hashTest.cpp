@@ -80,13 +80,17 @@ TEST(Hash, NarrowHashesFollowTheRules) {
 
 // The wide hash hashes the ANSI form, cut to one byte of room per character.
 TEST(Hash, WideHashHashesTheAnsiFormCutToOneBytePerCharacter) {
-  std::string ascii(5000, 'q');
+  // ASCII text hashes as its bytes, from every start within 128 bytes and at many lengths:
+  // the length is scanned 64 and 128 bytes at a time.
+  std::string ascii(700, 'q');
   for (std::size_t i = 0; i < ascii.size(); i += 7) ascii[i] = static_cast<char>('a' + i % 26);
-  const std::basic_string<mlib::WideChar> wide(ascii.begin(), ascii.end());
-  // From every start within 128 bytes: the length is scanned 64 and 128 bytes at a time.
   for (std::size_t start = 0; start < 64; ++start) {
-    EXPECT_EQ(GetStringHashCodeT(wide.c_str() + start), GetStringHashCode(ascii.c_str() + start))
-        << start;
+    for (std::size_t length = 0; length < 600; length += 1 + length / 8) {
+      const std::string narrow = ascii.substr(0, start + length);
+      const std::basic_string<mlib::WideChar> wide(narrow.begin(), narrow.end());
+      EXPECT_EQ(GetStringHashCodeT(wide.c_str() + start), GetStringHashCode(narrow.c_str() + start))
+          << start << ", " << length;
+    }
   }
   const struct {
     unsigned page;
