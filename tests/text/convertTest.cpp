@@ -1,56 +1,141 @@
-// The conversions of <mlib/text.h> between the ANSI code page, UTF-8 and UTF-16. Expected
-// bytes come from the code page tables: in 1252, 0x80 is the euro sign and U+0100 falls
-// back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
+// The copy helpers, buffer re-sizing and conversions of <mlib/text.h> between the ANSI code
+// page, UTF-8 and UTF-16. Expected bytes come from the code page tables: in 1252, 0x80 is
+// the euro sign and U+0100 falls back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
+#include <vector>
 
+#include "ansiPageSamples.h"
 #include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
 
-TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
-  MLIB_USE_ANSI_CODE_PAGE(1252);
-  // Each row: capacity, then the whole 6-unit buffer after the call (canaries are '~').
-  const struct {
-    const char* src;
-    int capacity;
-    WideString want;
-  } toWide[] = {{"abcd", 5, WideString(MLIB_T("abcd\0~"), 6)},  // needs exactly 5: fits whole
-                {"abcd", 4, WideString(MLIB_T("abc\0~~"), 6)},
-                {"ab", 5, WideString(MLIB_T("ab\0\0\0~"), 6)},
-                {"", 2, WideString(MLIB_T("\0\0~~~~"), 6)},
-                {"\x80\xE9", 3, WideString(MLIB_T("\u20AC\u00E9\0~~~"), 6)}};
-  for (const auto& r : toWide) {
-    for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
-      WideString dst(6, '~');
-      ASSERT_EQ(convert(&dst[0], r.src, r.capacity), &dst[0]);
-      EXPECT_EQ(dst, r.want) << r.src << " into " << r.capacity;
+namespace {
+
+// What a cutting copy or conversion leaves in a buffer of `size` elements: the text cut to
+// capacity - 1, zeros up to the capacity, the canaries '~' after.
+template <typename C>
+std::basic_string<C> cutAndFilled(std::basic_string<C> text, int capacity, std::size_t size) {
+  text.resize(std::min(text.size(), static_cast<std::size_t>(capacity) - 1));
+  text.resize(static_cast<std::size_t>(capacity), 0);
+  text.resize(size, '~');
+  return text;
+}
+
+}  // namespace
+
+TEST(CopyHelpers, CopiesZeroFillCutAndRefuseBadArguments) {
+  const WideString text = MLIB_T("abcdef");
+  for (auto copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) {
+    for (int capacity = 1; capacity <= 8; ++capacity) {
+      WideString dst(8, '~');
+      ASSERT_EQ(copy(&dst[0], text.c_str(), capacity), &dst[0]);
+      EXPECT_EQ(dst, cutAndFilled(text, capacity, 8)) << "capacity " << capacity;
+    }
+    WideChar dst[2] = {'~', '~'};
+    EXPECT_EQ(copy(nullptr, MLIB_T("a"), 2), nullptr);
+    EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
+    EXPECT_EQ(copy(dst, MLIB_T("a"), 0), nullptr);
+    EXPECT_EQ(dst[0], '~');
+  }
+  for (int capacity = 1; capacity <= 8; ++capacity) {
+    std::string dst(8, '~');
+    ASSERT_EQ(StrCpyA(&dst[0], "abcdef", capacity), &dst[0]);
+    EXPECT_EQ(dst, cutAndFilled(std::string("abcdef"), capacity, 8)) << "capacity " << capacity;
+  }
+  char narrow[2] = {'~', '~'};
+  EXPECT_EQ(StrCpyA(narrow, "ab", 0), nullptr);
+  EXPECT_EQ(StrCpyA(narrow, nullptr, 2), nullptr);
+  EXPECT_EQ(narrow[0], '~');
+  // StrCpyN copies min(count, capacity - 1) characters (none for a negative count) and a
+  // terminator, and leaves the rest alone.
+  for (int count : {-3, 0, 2, 4, 6, 10}) {
+    for (int capacity = 1; capacity <= 8; ++capacity) {
+      WideString dst(10, '~');
+      ASSERT_EQ(StrCpyN(&dst[0], text.c_str(), count, capacity), &dst[0]);
+      const std::size_t copied =
+          static_cast<std::size_t>(std::clamp(count < capacity ? count : capacity - 1, 0, 6));
+      EXPECT_EQ(dst, text.substr(0, copied) + WideChar(0) + WideString(9 - copied, '~'))
+          << count << " into " << capacity;
     }
   }
+  WideChar dst[4];
+  EXPECT_EQ(StrCpyN(dst, MLIB_T("a"), 1, 0), nullptr);
+  EXPECT_EQ(StrCpyN(dst, nullptr, 1, 4), nullptr);
+}
+
+TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
+  const unsigned char src[8] = {1, 2, 0, 4, 5, 6, 7, 8};
+  unsigned char dst[8] = {};
+  EXPECT_EQ(Memcpy(dst, src, 5, 3), dst);  // min(count, limit)
+  EXPECT_EQ(std::memcmp(dst, "\1\2\0\0", 4), 0);
+  EXPECT_EQ(Memcpy(dst, nullptr, 5, 5), dst);
+  for (auto copy : {a2t, a2w, t2a, w2a}) {
+    std::memset(dst, 0xEE, sizeof(dst));
+    ASSERT_EQ(copy(dst, src, 6), dst);
+    EXPECT_EQ(std::memcmp(dst, src, 6), 0) << "six bytes, the zero among them, no widening";
+    EXPECT_EQ(dst[6], 0xEE);
+    EXPECT_EQ(copy(dst, src, -1), dst);
+    EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
+  }
+
+  char* narrow = new char[4]{'a', 'b', 'c', '\0'};
+  EXPECT_EQ(ResizeBufferA(narrow, 0), narrow) << "capacity 0 returns the buffer itself";
+  EXPECT_EQ(ResizeBufferA(nullptr, 8), nullptr);
+  narrow = ResizeBufferA(narrow, 6);
+  EXPECT_EQ(std::string(narrow, 6), std::string("abc\0\0\0", 6));
+  narrow = ResizeBufferA(narrow, 3);
+  EXPECT_EQ(std::string(narrow, 3), std::string("ab\0", 3));
+  delete[] narrow;
+  for (auto resize : {ResizeBufferT, ResizeBufferW}) {
+    WideChar* wide = new WideChar[5]{'a', 'b', 'c', 'd', 0};
+    EXPECT_EQ(resize(wide, 0), wide);
+    wide = resize(wide, 3);
+    EXPECT_EQ(WideString(wide, 3), WideString(MLIB_T("ab\0"), 3));
+    wide = resize(wide, 5);
+    EXPECT_EQ(WideString(wide, 5), WideString(MLIB_T("ab\0\0\0"), 5));
+    delete[] wide;
+  }
+}
+
+TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
+  MLIB_USE_ANSI_CODE_PAGE(1252);
+  // Text that needs exactly the capacity fits whole; 1252 has one byte per character, so
+  // every capacity leaves the text cut to capacity - 1, then zeros.
   const struct {
-    const WideChar* src;
-    int capacity;
-    std::string want;
-  } toAnsi[] = {{MLIB_T("abcd"), 5, std::string("abcd\0~", 6)},
-                {MLIB_T("abcd"), 4, std::string("abc\0~~", 6)},
-                {MLIB_T("\u20AC\u0100\u4E2D"), 5,
-                 std::string("\x80"
-                             "A?\0\0~",
-                             6)}};
-  for (const auto& r : toAnsi) {
-    for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
-      std::string dst(6, '~');
-      ASSERT_EQ(convert(&dst[0], r.src, r.capacity), &dst[0]);
-      EXPECT_EQ(dst, r.want) << "capacity " << r.capacity;
+    std::string ansi;
+    WideString wide;
+  } rows[] = {{"abcd", MLIB_T("abcd")},
+              {"", MLIB_T("")},
+              {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
+              {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
+  for (const auto& r : rows) {
+    for (int capacity = 1; capacity <= 6; ++capacity) {
+      SCOPED_TRACE(testing::Message() << r.ansi << ", capacity " << capacity);
+      for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
+        if (r.ansi.find('?') != std::string::npos) break;
+        WideString dst(8, '~');
+        ASSERT_EQ(convert(&dst[0], r.ansi.c_str(), capacity), &dst[0]);
+        EXPECT_EQ(dst, cutAndFilled(r.wide, capacity, 8));
+      }
+      for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
+        std::string dst(8, '~');
+        ASSERT_EQ(convert(&dst[0], r.wide.c_str(), capacity), &dst[0]);
+        EXPECT_EQ(dst, cutAndFilled(r.ansi, capacity, 8));
+      }
     }
   }
   WideChar wide[2] = {'~', '~'};
   char narrow[2] = {'~', '~'};
   EXPECT_EQ(StrA2W(wide, "a", 0), nullptr);
+  EXPECT_EQ(StrA2T(wide, "a", 0), nullptr);
   EXPECT_EQ(ANSIToWide(wide, nullptr, 2), nullptr);
+  EXPECT_EQ(StrW2A(narrow, MLIB_T("a"), 0), nullptr);
   EXPECT_EQ(StrT2A(narrow, MLIB_T("a"), 0), nullptr);
   EXPECT_EQ(WideToANSI(nullptr, MLIB_T("a"), 2), nullptr);
   EXPECT_EQ(wide[0] + narrow[0], '~' + '~');
@@ -84,7 +169,6 @@ TEST(Conversions, Utf8KeepsEveryCharacterAndCutsWhole) {
   std::string bytes(20, '~');
   ASSERT_EQ(WideToUtf8(&bytes[0], wide.c_str(), 20), &bytes[0]);
   EXPECT_EQ(std::string(bytes.c_str()), utf8);
-
   // A cut never leaves half a character: the surrogate pair would need units 8 and 9.
   units.assign(11, '~');
   Utf8ToWide(&units[0], utf8, 10);
@@ -123,7 +207,30 @@ TEST(Conversions, TripsThroughAnsiKeepOnlyWhatTheCodePageHolds) {
   EXPECT_EQ(narrow[0], '~');
   EXPECT_EQ(U82A(narrow, nullptr, 8), nullptr);
   EXPECT_EQ(A2U8(narrow, "a", 0), nullptr);
-
   EXPECT_FALSE(SetAnsiCodePage(12345));
   EXPECT_EQ(GetAnsiCodePage(), 1252u);
+}
+
+// Under every page that can be the ANSI page, the trips' ANSI temporaries hold the whole
+// text, UTF-8's three-byte characters included. Where the ANSI code page cannot be chosen
+// (Windows), only the active one is tried.
+TEST(Conversions, TripsThroughEveryAnsiPageKeepItsTextWhole) {
+  using mlib::test::bytesIn;
+  const int tried = mlib::test::forEachAnsiPageSample([](const mlib::test::AnsiPageSample& sample) {
+    const std::string utf8 = bytesIn(65001, sample.text);
+    const std::string ansi = bytesIn(sample.codePage, sample.text);
+    std::vector<char> narrow(utf8.size() + 8, '~');
+    ASSERT_EQ(T2U8(narrow.data(), sample.text, static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), utf8);
+    std::vector<WideChar> wide(utf8.size() + 8, '~');
+    ASSERT_EQ(U82T(wide.data(), utf8.c_str(), static_cast<int>(wide.size())), wide.data());
+    EXPECT_EQ(WideString(wide.data()), WideString(sample.text));
+    narrow.assign(ansi.size() + 1, '~');
+    ASSERT_EQ(U82A(narrow.data(), utf8.c_str(), static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), ansi);
+    narrow.assign(utf8.size() + 1, '~');
+    ASSERT_EQ(A2U8(narrow.data(), ansi.c_str(), static_cast<int>(narrow.size())), narrow.data());
+    EXPECT_EQ(std::string(narrow.data()), utf8);
+  });
+  EXPECT_GE(tried, 1) << "no sample for the active ANSI code page " << GetAnsiCodePage();
 }

@@ -1,9 +1,12 @@
-// Number text of <mlib/text.h>: rendering, parsing, the decimal-number test and hex digits.
+// Number text of <mlib/text.h> (rendering, parsing, the decimal-number test, hex digits),
+// integer power and rounded division, and the two process queries.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
 #include <climits>
 #include <clocale>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <string>
 
@@ -99,12 +102,89 @@ TEST(NumberText, DigitTests) {
     EXPECT_EQ(IsNumber(r.text), r.want) << testing::PrintToString(WideString(r.text));
   }
   EXPECT_FALSE(IsNumber(nullptr));
-  const WideString digits = MLIB_T("0123456789ABCDEFabcdef");
-  for (std::size_t i = 0; i < digits.size(); ++i) {
-    EXPECT_EQ(HexCharToDecimal(digits[i]), static_cast<int>(i < 16 ? i : i - 6));
+  for (unsigned c = 0; c <= 0xFFFF; ++c) {  // every unit: the 22 digits, and 0 for all others
+    const WideString digits = MLIB_T("0123456789ABCDEFabcdef");
+    const std::size_t i = digits.find(static_cast<WideChar>(c));
+    const int want = i == WideString::npos ? 0 : static_cast<int>(i < 16 ? i : i - 6);
+    EXPECT_EQ(HexCharToDecimal(static_cast<WideChar>(c)), want) << c;
   }
-  const WideChar others[] = {'G', ' ', 'g', '/', ':', '@', 0xFF10, 0};
-  for (WideChar other : others) {
-    EXPECT_EQ(HexCharToDecimal(other), 0) << static_cast<int>(other);
+}
+
+// Rows above 2^53 were worked out by repeating the double multiplication separately.
+TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
+  const struct {
+    int base, exponent;
+    long long want;
+  } powers[] = {{2, 10, 1024},
+                {2, 0, 2},
+                {2, 1, 2},
+                {5, -3, 5},  // exponents <= 1 give the base
+                {-3, 3, -27},
+                {0, 0, 0},
+                {0, 5, 0},
+                {2, 62, 4611686018427387904LL},
+                {3, 39, 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
+                {-2, 63, LLONG_MIN},             // exactly -2^63
+                {2, 63, LLONG_MIN},              // beyond the range: the indefinite value
+                {10, INT_MAX, LLONG_MIN},
+                {1, INT_MAX, 1},
+                {-1, INT_MAX, -1},
+                {-1, INT_MAX - 1, 1}};
+  for (const auto& r : powers) {
+    EXPECT_EQ(Power(r.base, r.exponent), r.want) << r.base << "^" << r.exponent;
   }
+  const struct {
+    long long a, b, want;
+  } quotients[] = {{7, 2, 4},
+                   {-7, 2, -4},
+                   {5, 3, 2},
+                   {1, 3, 0},
+                   {9, 0, 0},
+                   {-5, -2, 3},
+                   {5, -2, -3},
+                   {-4, 3, -1},
+                   {6, 3, 2},
+                   {LLONG_MIN, 1, LLONG_MIN},
+                   {LLONG_MAX, 1, LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
+                   {LLONG_MIN, -1, LLONG_MIN + 1}};
+  for (const auto& r : quotients) EXPECT_EQ(Divide(r.a, r.b), r.want) << r.a << " / " << r.b;
+}
+
+TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
+  WideChar folder[1024];
+  ASSERT_EQ(GetCurrentPath(folder, 1024), folder);
+  const WideString text(folder);
+  ASSERT_GT(text.size(), 1u);
+  char utf8[4096];
+  const std::filesystem::path dir = std::filesystem::u8path(WideToUtf8(utf8, folder, 4096));
+  EXPECT_TRUE(text.back() == '/' || text.back() == '\\') << utf8;
+  EXPECT_TRUE(std::filesystem::exists(dir / "mlib_text_tests") ||
+              std::filesystem::exists(dir / "mlib_text_tests.exe"))
+      << utf8;
+  // A short room cuts the path first, then after its last separator.
+  for (int capacity : {2, 4, 9, static_cast<int>(text.size()) + 1}) {
+    WideString want = text.substr(0, static_cast<std::size_t>(capacity) - 1);
+    const std::size_t cut = want.find_last_of(text.back());
+    if (cut != WideString::npos) want.resize(cut + 1);  // without a separator it stays whole
+    WideString dst(static_cast<std::size_t>(capacity) + 1, '~');
+    ASSERT_EQ(GetCurrentPath(&dst[0], capacity), &dst[0]);
+    EXPECT_EQ(dst,
+              want + WideString(static_cast<std::size_t>(capacity) - want.size(), 0) + MLIB_T("~"))
+        << "capacity " << capacity;
+  }
+  EXPECT_EQ(GetCurrentPath(nullptr, 16), nullptr);
+  folder[0] = '~';
+  EXPECT_EQ(GetCurrentPath(folder, 0), folder);  // nothing to fill: the destination back
+  EXPECT_EQ(folder[0], '~');
+}
+
+TEST(ProcessQueries, MemoryInUseIsWithinThePhysicalMemory) {
+  // The kernel's own report, where readable, bounds the answer from above.
+  std::ifstream meminfo("/proc/meminfo");
+  double totalKiB = 1e12;
+  for (std::string key; meminfo >> key && key != "MemTotal:";) {
+  }
+  meminfo >> totalKiB;
+  EXPECT_GT(GetMemory(), 0.0f);
+  EXPECT_LE(GetMemory(), totalKiB / 1024.0);
 }
