@@ -7,24 +7,18 @@
 #include <clocale>
 #include <cstring>
 #include <string>
-#include <utility>
 
-#include "string/storage.h"
+#include "stringText.h"
 
 namespace {
 
 using mlib::String;
 using mlib::WideChar;
 using mlib::detail::StringAccess;
-using State = std::pair<std::u16string, unsigned>;  // text and capacity
-
-std::u16string text(const String& s) {
-  std::u16string out;
-  for (const WideChar* p = s.toString(); p != nullptr && *p != 0; ++p) out += char16_t(*p);
-  return out;
-}
-
-State state(const String& s) { return {text(s), StringAccess::capacity(s)}; }
+using mlib::test::shown;
+using mlib::test::State;
+using mlib::test::state;
+using mlib::test::wide;
 
 template <typename... Args>
 String formatted(const WideChar* format, Args... args) {
@@ -37,10 +31,6 @@ int floatBits(float value) {
   int bits;
   std::memcpy(&bits, &value, sizeof bits);
   return bits;
-}
-
-const WideChar* units(const std::u16string& s) {
-  return reinterpret_cast<const WideChar*>(s.c_str());
 }
 
 // True when every unit from `from` to the end of the buffer is zero.
@@ -56,8 +46,7 @@ TEST(Format, Conversions) {
     String got;
     std::u16string want;
     const char* why;
-  };
-  const Row rows[] = {
+  } const rows[] = {
       {formatted(MLIB_T("%d items"), 42), u"42 items", "decimal"},
       {formatted(MLIB_T("%d|%d|%d"), -7, INT_MIN, INT_MAX), u"-7|-2147483648|2147483647", "ints"},
       {formatted(MLIB_T("%u"), -1), u"4294967295", "unsigned reading of -1"},
@@ -79,46 +68,35 @@ TEST(Format, Conversions) {
       {formatted(MLIB_T("%5d|%%d|%q%d|50%"), 3, 1), u"%5d|%3|%q1|50%", "not conversions: copied"},
       {formatted(MLIB_T("%d %s %f %u"), 1, MLIB_T("x"), 0.25, 2u), u"1 x 0.250000 2", "mixed"},
   };
-  for (const Row& r : rows) {
-    SCOPED_TRACE(r.why);
-    EXPECT_EQ(text(r.got), r.want);
-  }
+  for (const Row& r : rows) EXPECT_EQ(shown(r.got), r.want) << r.why;
 }
 
 TEST(Format, BufferRuleAndGrowth) {
-  const String empty = formatted(MLIB_T(""));
-  EXPECT_EQ(state(empty), State(u"", 513));
-  EXPECT_FALSE(empty.IsNull());
+  EXPECT_EQ(state(formatted(MLIB_T(""))), State(u"", 513));
   String unchanged(MLIB_T("keep"));
   unchanged.Format(nullptr, 1);
   EXPECT_EQ(state(unchanged), State(u"keep", 5));
-
   // need = 2 + 512: a capacity above it is kept, one of exactly 514 is not.
-  String big;
+  String big, edge;
   const WideChar* kept = big.AllocBuffer(599);
   big.Format(MLIB_T("%d"), 12);
   EXPECT_EQ(state(big), State(u"12", 600));
   EXPECT_EQ(big.GetBuffer(0), kept);
-  String edge;
   edge.AllocBuffer(513);
   edge.Format(MLIB_T("%d"), 12);
   EXPECT_EQ(state(edge), State(u"12", 515));
 
   // A 600-unit piece: limit 514 -> 600 + 2 x 514.
-  const std::u16string y600(600, u'y');
-  const String grown = formatted(MLIB_T("%s"), units(y600));
+  const std::u16string y600(600, u'y'), x517(517, u'x'), a2000(2000, u'a'), b3000(3000, u'b');
+  const String grown = formatted(MLIB_T("%s"), wide(y600));
   EXPECT_EQ(state(grown), State(y600, 1629));
   EXPECT_TRUE(zeroFrom(grown, 600));
   // A piece that fills the limit exactly, then literals: each literal is a piece of one.
-  const std::u16string x517(517, u'x');
-  const String literal = formatted(MLIB_T("%sabc"), units(x517));
+  const String literal = formatted(MLIB_T("%sabc"), wide(x517));
   EXPECT_EQ(state(literal), State(x517 + u"abc", 1036));
   EXPECT_TRUE(zeroFrom(literal, 520));
   // need = 4 + 512; 2000 > 516 gives 2000 + 1032; then 3000 > 3032 - 2000 gives 3000 + 6064.
-  const std::u16string a2000(2000, u'a');
-  const std::u16string b3000(3000, u'b');
-  EXPECT_EQ(state(formatted(MLIB_T("%s%s"), units(a2000), units(b3000))),
-            State(a2000 + b3000, 9065));
+  EXPECT_EQ(state(formatted(MLIB_T("%s%s"), wide(a2000), wide(b3000))), State(a2000 + b3000, 9065));
 }
 
 TEST(Format, LeavesTheAnsiBufferAndReadsItsOwnTextFirst) {
@@ -141,7 +119,7 @@ TEST(Format, LeavesTheAnsiBufferAndReadsItsOwnTextFirst) {
   EXPECT_EQ(state(own), State(u"<[world|rld]>", 520));
   String f(MLIB_T("%d+%d"));
   f.Format(f.toString(), 1, 2);
-  EXPECT_EQ(text(f), u"1+2");
+  EXPECT_EQ(shown(f), u"1+2");
 }
 
 TEST(Format, NumberConstructorsAndAssignments) {
@@ -149,8 +127,7 @@ TEST(Format, NumberConstructorsAndAssignments) {
     String got;
     State want;
     const char* why;
-  };
-  const Row rows[] = {
+  } const rows[] = {
       {String(-42), {u"-42", 515}, "int"},
       {String(4294967295u), {u"4294967295", 515}, "unsigned"},
       {String((1LL << 32) + 5), {u"4294967301", 515}, "64-bit, all digits"},
@@ -165,26 +142,23 @@ TEST(Format, NumberConstructorsAndAssignments) {
       {String(1.5f, 1), {u"1.5", 4}, "float: exact size"},
       {String(0.25f, -1), {u"0.250000", 9}, "float, all six"},
   };
-  for (const Row& r : rows) {
-    SCOPED_TRACE(r.why);
-    EXPECT_EQ(state(r.got), r.want);
-  }
+  for (const Row& r : rows) EXPECT_EQ(state(r.got), r.want) << r.why;
   EXPECT_TRUE(zeroFrom(String(3.14159, 2), 4)) << "cut decimals are cleared";
 
-  String s(MLIB_T("ab"));
+  String s(MLIB_T("ab")), big, n(1);
   s = 12;
   EXPECT_EQ(state(s), State(u"12", 515));
   s = 0.125;
   EXPECT_EQ(state(s), State(u"0.125000", 515));
-  String big;
+  s = 4000000000u;
+  EXPECT_EQ(state(s), State(u"4000000000", 515));
   big.AllocBuffer(1000);
   big = -3;
   EXPECT_EQ(state(big), State(u"-3", 1001));
-  String n(1);  // appends fit into the number's reserve
-  const WideChar* before = n.GetBuffer(0);
-  n += MLIB_T(" apple");
+  const WideChar* reserve = n.GetBuffer(0);
+  n += MLIB_T(" apple");  // appends fit into the number's reserve
   EXPECT_EQ(state(n), State(u"1 apple", 515));
-  EXPECT_EQ(n.GetBuffer(0), before);
+  EXPECT_EQ(n.GetBuffer(0), reserve);
 }
 
 TEST(Format, NumbersIgnoreTheCLocale) {
@@ -193,14 +167,11 @@ TEST(Format, NumbersIgnoreTheCLocale) {
     if ((set = std::setlocale(LC_NUMERIC, name)) != nullptr) break;
   }
   if (set == nullptr) GTEST_SKIP() << "no German locale installed";
-  const String a(2.5, 1);
-  const String b = formatted(MLIB_T("%f|%d"), 1234.5, 1234567);
+  const String a(2.5, 1), b = formatted(MLIB_T("%f|%d"), 1234.5, 1234567);
   String c;
   c = 0.75;
   std::setlocale(LC_NUMERIC, "C");
-  EXPECT_EQ(text(a), u"2.5");
-  EXPECT_EQ(text(b), u"1234.500000|1234567");
-  EXPECT_EQ(text(c), u"0.750000");
+  EXPECT_EQ(shown(a) + u"/" + shown(b) + u"/" + shown(c), u"2.5/1234.500000|1234567/0.750000");
 }
 
 }  // namespace
