@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,8 +22,11 @@ using mlib::detail::StringAccess;
 using mlib::test::State;
 using mlib::test::state;
 
-// Unit i of the buffer, unbounded (positions after the terminator included).
-WideChar unitAt(const String& s, unsigned i) { return *s.GetBuffer(i); }
+// Every unit of the buffer, the terminator and what follows it included.
+std::u16string units(const String& s) {
+  const auto* first = reinterpret_cast<const char16_t*>(s.GetBuffer(0));
+  return std::u16string(first, first == nullptr ? 0 : StringAccess::capacity(s));
+}
 const WideChar* const kNoText = nullptr;
 
 TEST(String, NullAndEmptyTextsMakeNullStrings) {
@@ -41,102 +45,105 @@ TEST(String, NullAndEmptyTextsMakeNullStrings) {
   }
 }
 
-TEST(String, AssignmentReusesOrGrowsToExactSize) {
-  String s;
-  s = MLIB_T("abc");
-  EXPECT_EQ(state(s), State(u"abc", 4));
-  const char* ansi = s.toAnsi();
-  s = MLIB_T("x");
-  EXPECT_EQ(state(s), State(u"x", 4));
-  EXPECT_EQ(unitAt(s, 1) | unitAt(s, 2), 0) << "slots after the new text are cleared";
-  EXPECT_EQ(StringAccess::ansiBuffer(s), ansi) << "a reused buffer keeps the ANSI buffer";
-  s = MLIB_T("abcde");
-  EXPECT_EQ(state(s), State(u"abcde", 6));
-  EXPECT_EQ(StringAccess::ansiBuffer(s), nullptr);
-  s = kNoText;
-  EXPECT_EQ(state(s), State(u"", 6));
-  s = MLIB_T("ab");
-  s = MLIB_T("");
-  EXPECT_EQ(state(s), State(u"", 6));
-  EXPECT_EQ(unitAt(s, 1), 0);
-  const String& same = s;
-  s = same;
-  EXPECT_EQ(state(s), State(u"", 6));
-  s.toAnsi();
-  s = "ansi";  // converted, then assigned into the reused buffer
-  EXPECT_EQ(state(s), State(u"ansi", 6));
-  EXPECT_NE(StringAccess::ansiBuffer(s), nullptr);
+// The string as the storage rules describe it: every unit of its buffer (the capacity is
+// their count; none for a null string) and whether it holds an ANSI buffer.
+struct Model {
+  std::u16string units;
+  bool ansi = false;
 
-  String null;
-  null = MLIB_T("");
-  EXPECT_TRUE(null.IsNull());
-  null = WideChar('q');
-  EXPECT_EQ(state(null), State(u"q", 2));
-  null = WideChar(0);
-  EXPECT_EQ(state(null), State(u"", 2));
-}
+  std::u16string text() const { return units.substr(0, units.find(u'\0')); }
+  // An exact-size buffer of text, or none for empty text: copies and sums.
+  static std::u16string exact(const std::u16string& t) { return t.empty() ? t : t + u'\0'; }
+  // Text in a fresh buffer of exactly its size; a reused buffer is cleared behind it.
+  void take(const std::u16string& t, bool reuse) {
+    if (reuse) units = t + std::u16string(units.size() - t.size(), u'\0');
+    if (!reuse) units = exact(t), ansi = false;
+  }
+  void assign(const std::u16string& t) {
+    if (!units.empty() || !t.empty()) take(t, units.size() > t.size());
+  }
+  void append(const std::u16string& t) {
+    if (!units.empty() || !t.empty()) take(text() + t, units.size() > text().size() + t.size());
+  }
+  void allocBuffer(unsigned n) { units.assign(n + 1, u'\0'), ansi = false; }
+  void resizeBuffer(unsigned n) {
+    const std::u16string kept = text().substr(0, n);
+    if (units.empty()) return allocBuffer(n);
+    units = kept + std::u16string(n + 1 - kept.size(), u'\0');
+  }
+};
 
-TEST(String, AppendGrowsExactlyOrWorksInPlace) {
-  String s(MLIB_T("ab"));
-  s.toAnsi();
-  s += WideChar('c');
-  EXPECT_EQ(state(s), State(u"abc", 4));
-  EXPECT_EQ(StringAccess::ansiBuffer(s), nullptr);
-  s += MLIB_T("defgh");
-  EXPECT_EQ(state(s), State(u"abcdefgh", 9));
+// One random operation on s and its model m, with a random text of the letters a to c.
+struct Op {
+  String& s;
+  Model& m;
+  std::u16string in;
+  unsigned pick;
+  const WideChar* text() const { return mlib::test::wide(in); }
+  std::string ansi() const { return std::string(in.begin(), in.end()); }
+  // Empty ANSI text and a String made from empty text stand for no text: nothing to append.
+  void appendSome() const {
+    if (!in.empty()) m.append(in);
+  }
+};
+const std::pair<const char*, void (*)(Op&)> kSteps[] = {
+    {"= text", [](Op& o) { o.s = o.text(), o.m.assign(o.in); }},
+    {"= ANSI text", [](Op& o) { o.s = o.ansi().c_str(), o.m.assign(o.in); }},
+    {"= std::string", [](Op& o) { o.s = o.ansi(), o.m.assign(o.in); }},
+    {"= String",
+     [](Op& o) { o.s = static_cast<const String&>(String(o.text())), o.m.assign(o.in); }},
+    {"= unit", [](Op& o) { o.s = o.text()[0], o.m.assign(o.in.substr(0, 1)); }},
+    {"= no text", [](Op& o) { o.s = kNoText, o.m.units.assign(o.m.units.size(), u'\0'); }},
+    {"+= text", [](Op& o) { o.s += o.text(), o.m.append(o.in); }},
+    {"+= ANSI text", [](Op& o) { o.s += o.ansi().c_str(), o.appendSome(); }},
+    {"+= std::string", [](Op& o) { o.s += o.ansi(), o.appendSome(); }},
+    {"+= String", [](Op& o) { o.s += String(o.text()), o.appendSome(); }},
+    {"+= unit", [](Op& o) { o.s += o.text()[0], o.m.append(o.in.substr(0, 1)); }},
+    {"+= no text", [](Op& o) { o.s += kNoText, o.s += static_cast<const char*>(nullptr); }},
+    {"AllocBuffer", [](Op& o) { o.s.AllocBuffer(o.pick % 12), o.m.allocBuffer(o.pick % 12); }},
+    {"ResizeBuffer", [](Op& o) { o.s.ResizeBuffer(o.pick % 12), o.m.resizeBuffer(o.pick % 12); }},
+    {"ResetBuffer", [](Op& o) { o.s.ResetBuffer(), o.m.units.assign(o.m.units.size(), u'\0'); }},
+    {"ReleaseBuffer", [](Op& o) { o.s.ReleaseBuffer(), o.m = Model(); }},
+    {"toAnsi", [](Op& o) { o.s.toAnsi(), o.m.ansi = !o.m.units.empty(); }},
+    {"a unit written behind the text",  // the terminator slot stays
+     [](Op& o) {
+       if (o.m.units.size() < 2) return;
+       const std::size_t at = o.pick % (o.m.units.size() - 1);
+       *o.s.GetBuffer(static_cast<unsigned>(at)) = o.m.units[at] = o.in[0];
+     }},
+    {"copies and sums",  // new strings of exact size; the string itself stays
+     [](Op& o) {
+       const String other(o.text());
+       const auto exact = &Model::exact;
+       EXPECT_EQ(units(String(o.s)), exact(o.m.text()));
+       EXPECT_EQ(units(o.s + o.text()), exact(o.m.text() + o.in));
+       EXPECT_EQ(units(o.s + o.ansi().c_str()), exact(o.m.text() + o.in));
+       EXPECT_EQ(units(o.s + o.ansi()), exact(o.m.text() + o.in));
+       EXPECT_EQ(units(o.s + other), exact(o.m.text() + o.in));
+       EXPECT_EQ(units(o.s + o.text()[0]), exact(o.m.text() + o.in.substr(0, 1)));
+       EXPECT_EQ(units(o.s + kNoText), exact(o.m.text()));
+     }},
+};
 
-  String built;
-  WideChar* buffer = built.AllocBuffer(10);
-  buffer[0] = 'x';
-  buffer[1] = 'y';
-  const char* ansi = built.toAnsi();
-  built += WideChar('z');
-  EXPECT_EQ(state(built), State(u"xyz", 11));
-  EXPECT_TRUE(built.GetBuffer(0) == buffer && StringAccess::ansiBuffer(built) == ansi);
-  built += std::string("12");
-  built += kNoText;
-  built += static_cast<const char*>(nullptr);
-  EXPECT_EQ(state(built), State(u"xyz12", 11));
-
-  // Units a caller left behind a new terminator are cleared by the next append.
-  String cut(MLIB_T("abcdef"));
-  *cut.GetBuffer(2) = 0;
-  cut += MLIB_T("x");
-  EXPECT_EQ(state(cut), State(u"abx", 7));
-  EXPECT_EQ(unitAt(cut, 3) | unitAt(cut, 5), 0);
-
-  String null;
-  null += MLIB_T("");
-  EXPECT_TRUE(null.IsNull());
-  null += MLIB_T("a");
-  EXPECT_EQ(state(null), State(u"a", 2));
-}
-
-TEST(String, BufferOperations) {
-  String s(MLIB_T("abcde"));
-  s.toAnsi();
-  s.ResizeBuffer(2);
-  EXPECT_EQ(state(s), State(u"ab", 3));
-  EXPECT_NE(StringAccess::ansiBuffer(s), nullptr) << "ResizeBuffer keeps the ANSI buffer";
-  s.ResizeBuffer(10);
-  EXPECT_EQ(state(s), State(u"ab", 11));
-  for (unsigned i = 2; i < 11; ++i) EXPECT_EQ(unitAt(s, i), 0) << i;
-  s.ResetBuffer();
-  EXPECT_EQ(state(s), State(u"", 11));
-  EXPECT_EQ(unitAt(s, 1), 0);
-
-  String null;
-  EXPECT_NE(null.ResizeBuffer(4), nullptr);
-  EXPECT_EQ(state(null), State(u"", 5));
-  const WideChar* fresh = s.AllocBuffer(5);
-  EXPECT_EQ(state(s), State(u"", 6));
-  EXPECT_EQ(StringAccess::ansiBuffer(s), nullptr);
-  EXPECT_TRUE(std::all_of(fresh, fresh + 6, [](WideChar unit) { return unit == 0; }));
-  EXPECT_EQ(s.GetBuffer(3), fresh + 3);
-  s.ReleaseBuffer();
-  EXPECT_TRUE(s.IsNull());
-  EXPECT_THROW(s.AllocBuffer(0xFFFFFFFFu), std::bad_alloc);
-  EXPECT_TRUE(s.IsNull());
+TEST(String, StorageFollowsTheModelOnRandomOperations) {
+  std::mt19937 rng(7);
+  for (int round = 0; round < 2000; ++round) {
+    String s;
+    Model m;
+    std::string trail;  // the operations so far, for the failure message
+    for (int step = 0; step < 16; ++step) {
+      Op o{s, m, std::u16string(rng() % 6, u'a'), static_cast<unsigned>(rng())};
+      for (char16_t& c : o.in) c = static_cast<char16_t>(u'a' + rng() % 3);
+      const auto& [name, run] = kSteps[rng() % std::size(kSteps)];
+      trail += std::string(name) + "(" + std::to_string(o.in.size()) + ") ";
+      SCOPED_TRACE(trail);
+      run(o);
+      ASSERT_EQ(units(s), m.units);
+      EXPECT_EQ(s.GetLength(), static_cast<int>(m.text().size()));
+      EXPECT_EQ(s.IsEmpty(), m.text().empty());
+      EXPECT_EQ(StringAccess::ansiBuffer(s) != nullptr, m.ansi);
+    }
+  }
 }
 
 TEST(String, CopyIsExactAndMoveTakesTheBufferAsItIs) {
@@ -153,37 +160,11 @@ TEST(String, CopyIsExactAndMoveTakesTheBufferAsItIs) {
   target = std::move(moved);
   EXPECT_EQ(state(target), State(u"100", 515));
 
-  String emptyWithBuffer;
-  emptyWithBuffer.AllocBuffer(3);
-  EXPECT_TRUE(String(emptyWithBuffer).IsNull());
   String reserve;  // short text in a large reserve
   reserve.AllocBuffer(100000);
   reserve += MLIB_T("ab");
   EXPECT_EQ(state(String(reserve)), State(u"ab", 3));
   EXPECT_EQ(state(reserve + reserve), State(u"abab", 5));
-}
-
-TEST(String, ConcatenationMakesExactSizeStrings) {
-  const String ab(MLIB_T("ab")), number(7);
-  String empty;
-  empty.AllocBuffer(4);
-  const struct Row {
-    String got;
-    State want;
-  } rows[] = {
-      {ab + MLIB_T("cde"), {u"abcde", 6}},
-      {ab + String(MLIB_T("x")), {u"abx", 4}},
-      {ab + "yz", {u"abyz", 5}},
-      {ab + std::string("!"), {u"ab!", 4}},
-      {ab + WideChar('c'), {u"abc", 4}},
-      {String() + MLIB_T("x"), {u"x", 2}},
-      {number + kNoText, {u"7", 2}},
-      {number + static_cast<const char*>(nullptr), {u"7", 2}},
-      {number + number, {u"77", 3}},
-      {empty + empty, {u"(null)", 0}},
-      {String() + String(), {u"(null)", 0}},
-  };
-  for (const Row& row : rows) EXPECT_EQ(state(row.got), row.want) << "row " << &row - rows;
 }
 
 // A null string equals nothing, not even another null string.
