@@ -111,7 +111,7 @@ const std::pair<const char*, void (*)(Op&)> kSteps[] = {
        const std::size_t at = o.pick % (o.m.units.size() - 1);
        *o.s.GetBuffer(static_cast<unsigned>(at)) = o.m.units[at] = o.in[0];
      }},
-    {"copies and sums",  // new strings of exact size; the string itself stays
+    {"copies, sums and equality",  // new strings of exact size; the string itself stays
      [](Op& o) {
        const String other(o.text());
        const auto exact = &Model::exact;
@@ -122,6 +122,12 @@ const std::pair<const char*, void (*)(Op&)> kSteps[] = {
        EXPECT_EQ(units(o.s + other), exact(o.m.text() + o.in));
        EXPECT_EQ(units(o.s + o.text()[0]), exact(o.m.text() + o.in.substr(0, 1)));
        EXPECT_EQ(units(o.s + kNoText), exact(o.m.text()));
+       // A null string equals nothing, not even another null string.
+       const bool equal = !o.m.units.empty() && o.m.text() == o.in;
+       EXPECT_EQ(o.s == o.text(), equal);
+       EXPECT_EQ(o.s == other, equal && !o.in.empty());
+       EXPECT_EQ(o.s == String(o.s), !o.m.text().empty());
+       EXPECT_FALSE(o.s == kNoText);
      }},
 };
 
@@ -165,18 +171,6 @@ TEST(String, CopyIsExactAndMoveTakesTheBufferAsItIs) {
   reserve += MLIB_T("ab");
   EXPECT_EQ(state(String(reserve)), State(u"ab", 3));
   EXPECT_EQ(state(reserve + reserve), State(u"abab", 5));
-}
-
-// A null string equals nothing, not even another null string.
-TEST(String, EqualityNeedsABufferOnBothSides) {
-  String emptyWithBuffer;
-  emptyWithBuffer.AllocBuffer(2);
-  const String abc(MLIB_T("abc"));
-  EXPECT_FALSE(String() == String() || String() == MLIB_T(""));
-  EXPECT_TRUE(emptyWithBuffer == MLIB_T(""));
-  EXPECT_TRUE(abc == MLIB_T("abc") && abc == String(MLIB_T("abc")));
-  EXPECT_FALSE(abc == MLIB_T("abd") || abc == MLIB_T("ab") || abc == MLIB_T("abcd"));
-  EXPECT_FALSE(abc == String(MLIB_T("ab")) || abc == String(MLIB_T("abcd")) || abc == kNoText);
 }
 
 TEST(String, AnsiTextInCodePage1252) {
