@@ -1,5 +1,5 @@
-// Test helper: a String's text as a std::u16string ("(null)" for a null string), and its text
-// together with its capacity, so that one expectation shows both.
+// Test helper: a String's text as a std::u16string ("(null)" for a null string), its text
+// together with its capacity, so that one expectation shows both, and its whole buffer.
 #ifndef MLIB_TESTS_STRINGTEXT_H
 #define MLIB_TESTS_STRINGTEXT_H
 
@@ -20,6 +20,12 @@ inline std::u16string shown(const String& s) {
 
 using State = std::pair<std::u16string, unsigned>;
 inline State state(const String& s) { return {shown(s), detail::StringAccess::capacity(s)}; }
+
+// Every unit of the buffer, the terminator and what follows it included; empty when null.
+inline std::u16string units(const String& s) {
+  const auto* first = reinterpret_cast<const char16_t*>(s.GetBuffer(0));
+  return std::u16string(first, first == nullptr ? 0 : detail::StringAccess::capacity(s));
+}
 
 // A u16string as the library's text, for texts built at run time.
 inline const WideChar* wide(const std::u16string& s) {

@@ -21,12 +21,8 @@ using mlib::WideChar;
 using mlib::detail::StringAccess;
 using mlib::test::State;
 using mlib::test::state;
+using mlib::test::units;
 
-// Every unit of the buffer, the terminator and what follows it included.
-std::u16string units(const String& s) {
-  const auto* first = reinterpret_cast<const char16_t*>(s.GetBuffer(0));
-  return std::u16string(first, first == nullptr ? 0 : StringAccess::capacity(s));
-}
 const WideChar* const kNoText = nullptr;
 
 TEST(String, NullAndEmptyTextsMakeNullStrings) {
