@@ -71,20 +71,22 @@ const Operation kOperations[] = {
               shown(String(MLIB_T("<")) + s) + shown(s + s);
      }},
     {"self append", [](String& s) { return shown(s += s); }},
-    {"equality",
+    {"equality and comparisons",
      [](String& s) {
        const String same(wide(shown(s))), longer(wide(shown(s) + u"!"));
        return number(s == same) + number(same == s) + number(s == longer) + number(longer == s) +
-              number(s == s);
+              number(s == s) + number(s.Compare(same)) + number(same.Compare(s)) +
+              number(s.CompareNoCase(same)) + number(same.CompareNoCase(s)) +
+              number(s.Compare(MLIB_T("a"))) + number(s.StartWith(wide(shown(s)), false)) +
+              number(s.EndWith(MLIB_T("Z"), false)) + number(s.EndWith(MLIB_T("z"), true)) +
+              number(s.EndWith(MLIB_T("Y"), false)) + number(s.EndWith(MLIB_T(""), false)) +
+              number(s.EndWith(MLIB_T("9Z"), true));
      }},
-    {"ANSI text",
+    {"ANSI text and numbers",
      [](String& s) {
        const Text ansi = narrow(s.toAnsi());
-       return ansi + narrow(std::string(s)) + number(s.GetAnsiLength()) + number(s.GetLength());
-     }},
-    {"numbers",
-     [](String& s) {
-       return number(s.toInt()) + number(s.toInt64()) + number(s.toUint64()) + number(s.toDouble());
+       return ansi + narrow(std::string(s)) + number(s.GetAnsiLength()) + number(s.GetLength()) +
+              number(s.toInt()) + number(s.toInt64()) + number(s.toUint64()) + number(s.toDouble());
      }},
     {"searches",
      [](String& s) {
@@ -110,15 +112,6 @@ const Operation kOperations[] = {
      [](String& s) {
        return shown(s.Left(100)) + shown(s.Right(3)) + shown(s.Right(100)) +
               shown(s.GetSubString(2, 100)) + shown(s.GetSubStringBySplit(MLIB_T("4"), 0, 1));
-     }},
-    {"comparisons",
-     [](String& s) {
-       const String same(wide(shown(s)));
-       return number(s.Compare(same)) + number(same.Compare(s)) + number(s.CompareNoCase(same)) +
-              number(same.CompareNoCase(s)) + number(s.Compare(MLIB_T("a"))) +
-              number(s.StartWith(wide(shown(s)), false)) + number(s.EndWith(MLIB_T("Z"), false)) +
-              number(s.EndWith(MLIB_T("z"), true)) + number(s.EndWith(MLIB_T("Y"), false)) +
-              number(s.EndWith(MLIB_T(""), false)) + number(s.EndWith(MLIB_T("9Z"), true));
      }},
     {"trim and case",
      [](String& s) {
@@ -147,19 +140,15 @@ const Operation kOperations[] = {
        s.ResizeBuffer(100);
        return shown(s);
      }},
-    {"number bases",
-     [](String& s) {
-       return shown(s.DecimalToBinary()) + shown(s.BinaryToDecimal()) + shown(s.BinaryToHex()) +
-              shown(s.HexToBinary()) + shown(s.DecimalToHex()) + shown(s.HexToDecimal()) +
-              shown(s.ToHexString()) + number(String::ToUtf8(s).GetLength());
-     }},
-    {"hex bytes",
+    {"number bases and hexadecimal bytes",
      [](String& s) {
        unsigned char out[64] = {};
-       const int count = s.HexStringToByteData(out, sizeof out);
-       const mlib::Byte bytes = s.HexStringToByteData();
-       return number(count) + number(bytes.GetLength()) +
-              narrow(std::string(reinterpret_cast<char*>(out), static_cast<std::size_t>(count)));
+       const Text count = number(s.HexStringToByteData(out, sizeof out));
+       return count + shown(s.DecimalToBinary()) + shown(s.BinaryToDecimal()) +
+              shown(s.BinaryToHex()) + shown(s.HexToBinary()) + shown(s.DecimalToHex()) +
+              shown(s.HexToDecimal()) + shown(s.ToHexString()) +
+              number(String::ToUtf8(s).GetLength()) + number(s.HexStringToByteData().GetLength()) +
+              narrow(std::string(reinterpret_cast<char*>(out), sizeof out));
      }},
 };
 
