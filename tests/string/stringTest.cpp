@@ -39,6 +39,9 @@ TEST(String, NullAndEmptyTextsMakeNullStrings) {
     EXPECT_EQ(StringAccess::capacity(s), 0u);
     EXPECT_EQ(std::string(s), "");
   }
+  String huge;
+  EXPECT_THROW(huge.AllocBuffer(0xFFFFFFFFu), std::bad_alloc);
+  EXPECT_TRUE(huge.IsNull());
 }
 
 // The string as the storage rules describe it: every unit of its buffer (the capacity is
@@ -88,6 +91,7 @@ const std::pair<const char*, void (*)(Op&)> kSteps[] = {
     {"= std::string", [](Op& o) { o.s = o.ansi(), o.m.assign(o.in); }},
     {"= String",
      [](Op& o) { o.s = static_cast<const String&>(String(o.text())), o.m.assign(o.in); }},
+    {"= itself", [](Op& o) { o.s = static_cast<const String&>(o.s); }},
     {"= unit", [](Op& o) { o.s = o.text()[0], o.m.assign(o.in.substr(0, 1)); }},
     {"= no text", [](Op& o) { o.s = kNoText, o.m.units.assign(o.m.units.size(), u'\0'); }},
     {"+= text", [](Op& o) { o.s += o.text(), o.m.append(o.in); }},
@@ -118,6 +122,7 @@ const std::pair<const char*, void (*)(Op&)> kSteps[] = {
        EXPECT_EQ(units(o.s + other), exact(o.m.text() + o.in));
        EXPECT_EQ(units(o.s + o.text()[0]), exact(o.m.text() + o.in.substr(0, 1)));
        EXPECT_EQ(units(o.s + kNoText), exact(o.m.text()));
+       EXPECT_EQ(units(o.s + static_cast<const char*>(nullptr)), exact(o.m.text()));
        // A null string equals nothing, not even another null string.
        const bool equal = !o.m.units.empty() && o.m.text() == o.in;
        EXPECT_EQ(o.s == o.text(), equal);
