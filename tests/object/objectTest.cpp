@@ -68,6 +68,7 @@ TEST(Mtype, NamesSplitAtTheLastSpaceAndTheFirstColonsAfterIt) {
        "class mlib::MakeFinal<class mlib::mtype>", "mlib", "mtype>"},
       {MtypeAccess::named(""), "", "", ""},
       {MtypeAccess::named("a::b::c"), "a::b::c", "a", "b::c"},
+      {MtypeAccess::named("::Foo"), "::Foo", "", "Foo"},
       {copy, "class a::b::Leaf", "a", "b::Leaf"},
       {assigned, "class a::b::Leaf", "a", "b::Leaf"},
       {static_cast<const MxObject&>(mlib::MxException()).GetType(), "mlib::MxException", "mlib",
