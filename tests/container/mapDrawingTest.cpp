@@ -15,11 +15,11 @@ using testing::TextOf;
 
 // A picture written short: outside a label, a count before a character repeats it (9 nine
 // spaces, 6- six hyphens), and '|' ends a line with "\r\n".
-Text Picture(const char* spec) {
+Text Picture(const char* shortForm) {
   Text out;
   int run = 0;
   bool label = false;
-  for (const char* c = spec; *c != 0; ++c) {
+  for (const char* c = shortForm; *c != 0; ++c) {
     label = *c == '(' || (label && *c != ')');
     if (!label && *c >= '0' && *c <= '9') {
       run = run * 10 + (*c - '0');
