@@ -16,40 +16,19 @@ namespace platform = mlib::platform;
 constexpr unsigned kCodePages[] = {874,  932,  936,  949,  950,
                                    1250, 1251, 1252, 1253, 1254,
                                    1255, 1256, 1257, 1258, platform::kUtf8CodePage};
-constexpr WideChar kWideCanary = 0xBEEF;
-constexpr char kByteCanary = '\x5A';
 
-void checkToWide(unsigned codePage, const char* src, int srcBytes, int room) {
-  const int need = platform::multiByteToWide(codePage, src, srcBytes, nullptr, 0);
-  if (need <= 0) return;
-  std::vector<WideChar> dst(static_cast<std::size_t>(need) + 8, kWideCanary);
-  if (platform::multiByteToWide(codePage, src, srcBytes, dst.data(), need) != need)
-    __builtin_trap();
-  for (std::size_t i = static_cast<std::size_t>(need); i < dst.size(); ++i) {
-    if (dst[i] != kWideCanary) __builtin_trap();
-  }
-  if (room <= 0 || room >= need) return;
-  std::vector<WideChar> cut(static_cast<std::size_t>(room) + 8, kWideCanary);
-  if (platform::multiByteToWide(codePage, src, srcBytes, cut.data(), room) != 0) __builtin_trap();
-  for (std::size_t i = static_cast<std::size_t>(room); i < cut.size(); ++i) {
-    if (cut[i] != kWideCanary) __builtin_trap();
-  }
-}
-
-void checkFromWide(unsigned codePage, const WideChar* src, int srcUnits, int room) {
-  const int need = platform::wideToMultiByte(codePage, src, srcUnits, nullptr, 0);
-  if (need <= 0) return;
-  std::vector<char> dst(static_cast<std::size_t>(need) + 8, kByteCanary);
-  if (platform::wideToMultiByte(codePage, src, srcUnits, dst.data(), need) != need)
-    __builtin_trap();
-  for (std::size_t i = static_cast<std::size_t>(need); i < dst.size(); ++i) {
-    if (dst[i] != kByteCanary) __builtin_trap();
-  }
-  if (room <= 0 || room >= need) return;
-  std::vector<char> cut(static_cast<std::size_t>(room) + 8, kByteCanary);
-  if (platform::wideToMultiByte(codePage, src, srcUnits, cut.data(), room) != 0) __builtin_trap();
-  for (std::size_t i = static_cast<std::size_t>(room); i < cut.size(); ++i) {
-    if (cut[i] != kByteCanary) __builtin_trap();
+// The size query, then a conversion into exactly that room and one into a smaller room
+// (which must fail), each with canaries behind the room that must stay untouched.
+template <typename In, typename Out, typename Convert>
+void check(Convert convert, const In* src, int srcUnits, int room, Out canary) {
+  const int need = convert(src, srcUnits, static_cast<Out*>(nullptr), 0);
+  for (int size : {need, room}) {
+    if (need <= 0 || size <= 0 || size > need) continue;
+    std::vector<Out> dst(static_cast<std::size_t>(size) + 8, canary);
+    if (convert(src, srcUnits, dst.data(), size) != (size == need ? need : 0)) __builtin_trap();
+    for (std::size_t i = static_cast<std::size_t>(size); i < dst.size(); ++i) {
+      if (dst[i] != canary) __builtin_trap();
+    }
   }
 }
 
@@ -69,10 +48,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size >= 2) std::memcpy(wide.data(), data, (size / 2) * sizeof(WideChar));
 
   for (unsigned codePage : kCodePages) {
-    checkToWide(codePage, narrow.data(), -1, room);
-    checkToWide(codePage, narrow.data(), static_cast<int>(size), room);
-    checkFromWide(codePage, wide.data(), -1, room);
-    checkFromWide(codePage, wide.data(), static_cast<int>(size / 2), room);
+    auto toWide = [codePage](const char* src, int n, WideChar* dst, int room) {
+      return platform::multiByteToWide(codePage, src, n, dst, room);
+    };
+    auto fromWide = [codePage](const WideChar* src, int n, char* dst, int room) {
+      return platform::wideToMultiByte(codePage, src, n, dst, room);
+    };
+    check(toWide, narrow.data(), -1, room, WideChar(0xBEEF));
+    check(toWide, narrow.data(), static_cast<int>(size), room, WideChar(0xBEEF));
+    check(fromWide, wide.data(), -1, room, '\x5A');
+    check(fromWide, wide.data(), static_cast<int>(size / 2), room, '\x5A');
   }
   return 0;
 }

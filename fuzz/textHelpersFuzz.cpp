@@ -2,6 +2,7 @@
 // every result must stay inside its destination, terminated.
 #include <mlib/text.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -11,12 +12,13 @@ namespace {
 
 using mlib::WideChar;
 
-constexpr WideChar kWideCanary = 0xBEEF;
-constexpr char kByteCanary = '\x5A';
-
-template <typename T>
-void checkCanaries(const std::vector<T>& buffer, std::size_t from, T canary) {
-  for (std::size_t i = from; i < buffer.size(); ++i) {
+// Fills the buffer with its canary, lets write() fill it, and checks everything from `room`
+// on still holds the canary.
+template <typename T, typename Write>
+void checkInside(std::vector<T>& buffer, std::size_t room, T canary, Write write) {
+  std::fill(buffer.begin(), buffer.end(), canary);
+  write(buffer.data());
+  for (std::size_t i = room; i < buffer.size(); ++i) {
     if (buffer[i] != canary) __builtin_trap();
   }
 }
@@ -36,58 +38,38 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size >= 2) std::memcpy(wide.data(), data, (size / 2) * sizeof(WideChar));
 
   const std::size_t room = static_cast<std::size_t>(capacity);
-  std::vector<WideChar> wideOut(room + 8, kWideCanary);
-  std::vector<char> narrowOut(room * 3 + 8, kByteCanary);
+  const WideChar wideCanary = 0xBEEF;
+  const char byteCanary = '\x5A';
+  std::vector<WideChar> wideOut(room + 8);
+  std::vector<char> narrowOut(room * 3 + 8);
+  std::vector<unsigned char> bytes(room + 8);
+  const char* n = narrow.data();
+  const WideChar* w = wide.data();
 
-  ANSIToWide(wideOut.data(), narrow.data(), capacity);
+  checkInside(wideOut, room, wideCanary, [&](WideChar* out) { ANSIToWide(out, n, capacity); });
   if (wideOut[room - 1] != 0) __builtin_trap();
-  checkCanaries(wideOut, room, kWideCanary);
-
-  WideToANSI(narrowOut.data(), wide.data(), capacity);
+  checkInside(narrowOut, room, byteCanary, [&](char* out) { WideToANSI(out, w, capacity); });
   if (narrowOut[room - 1] != 0) __builtin_trap();
-  checkCanaries(narrowOut, room, kByteCanary);
+  checkInside(wideOut, room, wideCanary, [&](WideChar* out) { Utf8ToWide(out, n, capacity); });
+  checkInside(narrowOut, room, byteCanary, [&](char* out) { WideToUtf8(out, w, capacity); });
+  checkInside(narrowOut, room, byteCanary, [&](char* out) { U82A(out, n, capacity); });
+  checkInside(wideOut, room, wideCanary, [&](WideChar* out) { U82T(out, n, capacity); });
+  checkInside(narrowOut, room, byteCanary, [&](char* out) { T2U8(out, w, capacity); });
+  checkInside(bytes, room, static_cast<unsigned char>(0x5A), [&](unsigned char* out) {
+    const int written = HexStringToByte(w, out, capacity);
+    if (written < 0 || written > capacity) __builtin_trap();
+  });
+  checkInside(narrowOut, room, byteCanary, [&](char* out) {
+    ByteToHex(data, static_cast<unsigned>(size), out, static_cast<unsigned>(capacity), spaced);
+  });
+  checkInside(wideOut, room, wideCanary, [&](WideChar* out) {
+    ByteToHexString(data, static_cast<int>(size), out, static_cast<unsigned>(capacity), spaced);
+  });
 
-  std::fill(wideOut.begin(), wideOut.end(), kWideCanary);
-  Utf8ToWide(wideOut.data(), narrow.data(), capacity);
-  checkCanaries(wideOut, room, kWideCanary);
-
-  std::fill(narrowOut.begin(), narrowOut.end(), kByteCanary);
-  WideToUtf8(narrowOut.data(), wide.data(), capacity);
-  checkCanaries(narrowOut, room, kByteCanary);
-
-  std::fill(narrowOut.begin(), narrowOut.end(), kByteCanary);
-  U82A(narrowOut.data(), narrow.data(), capacity);
-  checkCanaries(narrowOut, room, kByteCanary);
-
-  std::fill(wideOut.begin(), wideOut.end(), kWideCanary);
-  U82T(wideOut.data(), narrow.data(), capacity);
-  checkCanaries(wideOut, room, kWideCanary);
-
-  std::fill(narrowOut.begin(), narrowOut.end(), kByteCanary);
-  T2U8(narrowOut.data(), wide.data(), capacity);
-  checkCanaries(narrowOut, room, kByteCanary);
-
-  std::vector<unsigned char> bytes(room + 8, 0x5A);
-  const int written = HexStringToByte(wide.data(), bytes.data(), capacity);
-  if (written < 0 || written > capacity) __builtin_trap();
-  for (std::size_t i = room; i < bytes.size(); ++i) {
-    if (bytes[i] != 0x5A) __builtin_trap();
-  }
-
-  std::fill(narrowOut.begin(), narrowOut.end(), kByteCanary);
-  ByteToHex(data, static_cast<unsigned>(size), narrowOut.data(), static_cast<unsigned>(capacity),
-            spaced);
-  checkCanaries(narrowOut, room, kByteCanary);
-
-  std::fill(wideOut.begin(), wideOut.end(), kWideCanary);
-  ByteToHexString(data, static_cast<int>(size), wideOut.data(), static_cast<unsigned>(capacity),
-                  spaced);
-  checkCanaries(wideOut, room, kWideCanary);
-
-  (void)ATOI(wide.data());
-  (void)ATOI64(wide.data());
-  (void)ATOF(wide.data());
-  (void)IsNumber(wide.data());
-  (void)GetStringHashCodeT(wide.data());
+  (void)ATOI(w);
+  (void)ATOI64(w);
+  (void)ATOF(w);
+  (void)IsNumber(w);
+  (void)GetStringHashCodeT(w);
   return 0;
 }

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
 
+#include <initializer_list>
+#include <vector>
+
 #include "container/containerTestUtil.h"
 
 namespace mlib {
@@ -10,92 +13,62 @@ namespace {
 using testing::Text;
 using testing::TextOf;
 
-Text Spaces(int n) { return Text(static_cast<std::size_t>(n), WideChar(' ')); }
-Text Hyphens(int n) { return Text(static_cast<std::size_t>(n), WideChar('-')); }
-
-String DrawingOfKeys(int count) {
-  MxMap<int, String> map;
-  for (int k = 1; k <= count; ++k) map.Add(k, String(MLIB_T("v")));
-  return map.PrintToString();
+// A picture written short: outside a label, a count before a character repeats it (9 nine
+// spaces, 6- six hyphens), and '|' ends a line with "\r\n".
+Text Picture(const char* shortForm) {
+  Text out;
+  int run = 0;
+  bool label = false;
+  for (const char* c = shortForm; *c != 0; ++c) {
+    label = *c == '(' || (label && *c != ')');
+    if (!label && *c >= '0' && *c <= '9') {
+      run = run * 10 + (*c - '0');
+    } else {
+      out += *c == '|' ? Text(MLIB_T("\r\n")) : Text(run > 0 ? run : 1, WideChar(*c));
+      run = 0;
+    }
+  }
+  return out;
 }
 
-TEST(MapDrawing, EmptyMapPrintsTheRootText) {
+TEST(MapDrawing, PicturesWorkedByHand) {
   EXPECT_EQ(TextOf(MxMap<int, String>().PrintToString()), testing::kObjectText);
-}
+  struct Row {
+    int keys;  // 1..keys added in order
+    std::vector<int> removed;
+    const char* picture;
+  };
+  const Row rows[] = {
+      {1, {}, "3 (1,b)|(0,b)(0,b)|"},
+      {3, {}, "9 (2,b)|3 (1,r)6-(3,r)|(0,b)(0,b) (0,b)(0,b)|"},
+      // 2b(1b, 4r(3b, 5b(leaf, 6r))). Level 3 starts at index 4, so its first run counts
+      // back from the last label of level 2 (the length is carried between levels).
+      {6,
+       {},
+       "45 (2,b)|21 (1,b)39-(4,r)|9 (0,b)17-(0,b)17 (3,b)17-(5,b)|"
+       "50 (0,b)6-(0,b)6 (0,b)6-(6,r)|76 (0,b)(0,b)|"},
+      // 3 is copied into the root; its old node becomes a black leaf, zero-filled.
+      {3, {2}, "9 (3,b)|3 (1,r)6-(0,b)|(0,b)(0,b)|"},
+      // Less 1 the fix-up brings 4 up: 4b(2b(0, 3r), 5b(0, 6r)); less 5, 6 is copied in.
+      {6, {1, 5}, "21 (4,b)|9 (2,b)17-(6,b)|3 (0,b)6-(3,r)6 (0,b)6-(0,b)|10 (0,b)(0,b)|"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.picture);
+    MxMap<int, String> map;
+    for (int k = 1; k <= row.keys; ++k) map.Add(k, String(MLIB_T("v")));
+    for (int k : row.removed) ASSERT_TRUE(map.Remove(k));
+    EXPECT_EQ(TextOf(map.PrintToString()), Picture(row.picture));
+  }
 
-TEST(MapDrawing, OneEntryDrawsItAboveItsTwoLeaves) {
-  MxMap<int, String> map;
-  map.Add(5, String(MLIB_T("five")));
-  EXPECT_EQ(TextOf(map.PrintToString()), Text(MLIB_T("   (5,b)\r\n(0,b)(0,b)\r\n")));
-}
-
-TEST(MapDrawing, KeysOneToThree) {
-  // clang-format off: one source line per picture line
-  const Text want = Spaces(9) + MLIB_T("(2,b)\r\n") + Spaces(3) + MLIB_T("(1,r)") + Hyphens(6) +
-                    MLIB_T("(3,r)\r\n") + MLIB_T("(0,b)(0,b) (0,b)(0,b)\r\n");
-  // clang-format on
-  EXPECT_EQ(TextOf(DrawingOfKeys(3)), want);
-}
-
-TEST(MapDrawing, DeeperTreeWorkedByHand) {
-  // 1..6: 2b(1b, 4r(3b, 5b(leaf, 6r))). Level 3 starts at index 4, so its first run of
-  // spaces counts back from the last label of level 2 (the length carried between levels).
-  // clang-format off
-  const Text six = Spaces(45) + MLIB_T("(2,b)\r\n") +
-                   Spaces(21) + MLIB_T("(1,b)") + Hyphens(39) + MLIB_T("(4,r)\r\n") +
-                   Spaces(9) + MLIB_T("(0,b)") + Hyphens(17) + MLIB_T("(0,b)") + Spaces(17) +
-                   MLIB_T("(3,b)") + Hyphens(17) + MLIB_T("(5,b)\r\n") +
-                   Spaces(50) + MLIB_T("(0,b)") + Hyphens(6) + MLIB_T("(0,b)") + Spaces(6) +
-                   MLIB_T("(0,b)") + Hyphens(6) + MLIB_T("(6,r)\r\n") +
-                   Spaces(76) + MLIB_T("(0,b)(0,b)\r\n");
-  // clang-format on
-  EXPECT_EQ(TextOf(DrawingOfKeys(6)), six);
-}
-
-TEST(MapDrawing, KeysWithoutTextPrintNilAndWidthIsTheMeanLabelLength) {
-  // Labels "(k,b)" (5) and "(nil,b)" (7): W = 6, so the root gets 3 + 1 spaces.
-  MxMap<String, int> map;
-  map.Add(String(MLIB_T("k")), 1);
-  EXPECT_EQ(TextOf(map.PrintToString()), Text(MLIB_T("    (k,b)\r\n(nil,b)(nil,b)\r\n")));
-}
-
-TEST(MapDrawing, AfterRemovalsWorkedByHand) {
-  // 2b(1r, 3r) less 2: 3 is copied into the root and its old node becomes a black leaf,
-  // which for an int key is zero-filled: 3b(1r, leaf).
-  MxMap<int, String> numbers;
-  for (int k = 1; k <= 3; ++k) numbers.Add(k, String(MLIB_T("v")));
-  ASSERT_TRUE(numbers.Remove(2));
-  // clang-format off
-  EXPECT_EQ(TextOf(numbers.PrintToString()),
-            Spaces(9) + MLIB_T("(3,b)\r\n") + Spaces(3) + MLIB_T("(1,r)") + Hyphens(6) +
-                MLIB_T("(0,b)\r\n") + MLIB_T("(0,b)(0,b)\r\n"));
-  // clang-format on
-
-  // The same with String keys "a" < "b" < "c" (hashes 97, 98, 99): a String key is not
-  // zero-filled, so the leaf that was the entry "c" still shows its key, while the leaves
-  // made as leaves show nil. Labels of 5 and 7 units: W = 6.
+  // Keys without text print nil; W is the mean of the shortest and longest label (5 and 7).
+  // A String key is not zero-filled, so the leaf that held "c" still shows it.
   MxMap<String, int> texts;
+  texts.Add(String(MLIB_T("k")), 1);
+  EXPECT_EQ(TextOf(texts.PrintToString()), Picture("4 (k,b)|(nil,b)(nil,b)|"));
+  texts.RemoveAll();
   for (const WideChar* k : {MLIB_T("a"), MLIB_T("b"), MLIB_T("c")}) texts.Add(String(k), 1);
   ASSERT_TRUE(texts.Remove(String(MLIB_T("b"))));
-  EXPECT_EQ(TextOf(texts.PrintToString()), Spaces(11) + MLIB_T("(c,b)\r\n") + Spaces(4) +
-                                               MLIB_T("(a,r)") + Hyphens(8) + MLIB_T("(c,b)\r\n") +
-                                               MLIB_T("(nil,b)(nil,b)\r\n"));
-
-  // 1..6 less 1, then less 5: 4b(2b(leaf, 3r), 6b).
-  // Removing 1 (black, both children leaves) makes it a leaf; the fix-up rotates at 2 so
-  // that 4 comes up: 4b(2b(0, 3r), 5b(0, 6r)). Removing 5 copies 6 into it.
-  MxMap<int, String> six;
-  for (int k = 1; k <= 6; ++k) six.Add(k, String(MLIB_T("v")));
-  ASSERT_TRUE(six.Remove(1));
-  ASSERT_TRUE(six.Remove(5));
-  // clang-format off
-  EXPECT_EQ(TextOf(six.PrintToString()),
-            Spaces(21) + MLIB_T("(4,b)\r\n") +
-            Spaces(9) + MLIB_T("(2,b)") + Hyphens(17) + MLIB_T("(6,b)\r\n") +
-            Spaces(3) + MLIB_T("(0,b)") + Hyphens(6) + MLIB_T("(3,r)") + Spaces(6) +
-                MLIB_T("(0,b)") + Hyphens(6) + MLIB_T("(0,b)\r\n") +
-            Spaces(10) + MLIB_T("(0,b)(0,b)\r\n"));
-  // clang-format on
+  EXPECT_EQ(TextOf(texts.PrintToString()), Picture("11 (c,b)|4 (a,r)8-(c,b)|(nil,b)(nil,b)|"));
 }
 
 }  // namespace

@@ -13,8 +13,6 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace mlib {
 namespace {
@@ -33,97 +31,47 @@ long EntryOf(Member member) {
   return static_cast<long>((raw.pointer - 1) / sizeof(void*));
 }
 
-using Slots = std::vector<std::pair<const char*, long>>;
+struct Slot {
+  const char* name;
+  long entry;
+};
+#define SLOT(Class, member) (Slot{#member, EntryOf(&Class::member)})
+
+// The members hold consecutive entries, the first at `first`.
+template <typename... Slots>
+void ExpectConsecutive(long first, const Slots&... slots) {
+  for (const Slot& slot : {slots...}) EXPECT_EQ(slot.entry, first++) << slot.name;
+}
 
 TEST(SlotOrder, ObjectAndList) {
-  const Slots object = {{"Clone", EntryOf(&MxObject::Clone)},
-                        {"Equals", EntryOf(&MxObject::Equals)},
-                        {"GetThisObjectBuffer", EntryOf(&MxObject::GetThisObjectBuffer)},
-                        {"PrintToString", EntryOf(&MxObject::PrintToString)}};
-  for (std::size_t i = 0; i < object.size(); ++i) {
-    EXPECT_EQ(object[i].second, static_cast<long>(i) + 2) << object[i].first;
-  }
-
+  ExpectConsecutive(2, SLOT(MxObject, Clone), SLOT(MxObject, Equals),
+                    SLOT(MxObject, GetThisObjectBuffer), SLOT(MxObject, PrintToString));
   using L = MxList<int>;
-  const Slots list = {
-      {"PrintToString", EntryOf(&L::PrintToString)},
-      {"IsEmpty", EntryOf(&L::IsEmpty)},
-      {"RemoveAll", EntryOf(&L::RemoveAll)},
-      {"GetCount", EntryOf(&L::GetCount)},
-      {"Contains", EntryOf(&L::Contains)},
-      {"CopyElement", EntryOf(&L::CopyElement)},
-      {"IsEqual", EntryOf(&L::IsEqual)},
-      {"AddTail", EntryOf(&L::AddTail)},
-      {"AddHead", EntryOf(&L::AddHead)},
-      {"InsertAt", EntryOf(&L::InsertAt)},
-      {"Remove", EntryOf(&L::Remove)},
-      {"RemoveAt", EntryOf(&L::RemoveAt)},
-      {"RemoveCurrent", EntryOf(&L::RemoveCurrent)},
-      {"GetAt", EntryOf(&L::GetAt)},
-      {"IndexOf", EntryOf(&L::IndexOf)},
-      {"FindPtr", EntryOf(&L::FindPtr)},
-      {"GetAtPtr", EntryOf(&L::GetAtPtr)},
-      {"Update", EntryOf(&L::Update)},
-      {"GetHead", EntryOf(&L::GetHead)},
-      {"GetTail", EntryOf(&L::GetTail)},
-      {"GetHeadPtr", EntryOf(&L::GetHeadPtr)},
-      {"GetTailPtr", EntryOf(&L::GetTailPtr)},
-      {"GetFirst", EntryOf(&L::GetFirst)},
-      {"GetNext", EntryOf(&L::GetNext)},
-      {"GetFirstPtr", EntryOf(&L::GetFirstPtr)},
-      {"GetNextPtr", EntryOf(&L::GetNextPtr)},
-      {"GetLast", EntryOf(&L::GetLast)},
-      {"GetPrev", EntryOf(&L::GetPrev)},
-      {"GetLastPtr", EntryOf(&L::GetLastPtr)},
-      {"GetPrevPtr", EntryOf(&L::GetPrevPtr)},
-      {"InsertNode", EntryOf(&L::InsertNode)},
-      {"ReservedOperation", EntryOf(&L::ReservedOperation)},
-      {"RemoveNode", EntryOf(&L::RemoveNode)},
-      {"ReservedPredicate", EntryOf(&L::ReservedPredicate)},
-      {"FindNode", EntryOf(&L::FindNode)},
-      {"GetNodeAt", EntryOf(&L::GetNodeAt)},
-  };
-  for (std::size_t i = 0; i < list.size(); ++i) {  // slots 4 to 39
-    EXPECT_EQ(list[i].second, static_cast<long>(i) + 5) << list[i].first;
-  }
+  ExpectConsecutive(5, SLOT(L, PrintToString), SLOT(L, IsEmpty), SLOT(L, RemoveAll),  // 4 to 39
+                    SLOT(L, GetCount), SLOT(L, Contains), SLOT(L, CopyElement), SLOT(L, IsEqual),
+                    SLOT(L, AddTail), SLOT(L, AddHead), SLOT(L, InsertAt), SLOT(L, Remove),
+                    SLOT(L, RemoveAt), SLOT(L, RemoveCurrent), SLOT(L, GetAt), SLOT(L, IndexOf),
+                    SLOT(L, FindPtr), SLOT(L, GetAtPtr), SLOT(L, Update), SLOT(L, GetHead),
+                    SLOT(L, GetTail), SLOT(L, GetHeadPtr), SLOT(L, GetTailPtr), SLOT(L, GetFirst),
+                    SLOT(L, GetNext), SLOT(L, GetFirstPtr), SLOT(L, GetNextPtr), SLOT(L, GetLast),
+                    SLOT(L, GetPrev), SLOT(L, GetLastPtr), SLOT(L, GetPrevPtr), SLOT(L, InsertNode),
+                    SLOT(L, ReservedOperation), SLOT(L, RemoveNode), SLOT(L, ReservedPredicate),
+                    SLOT(L, FindNode), SLOT(L, GetNodeAt));
 }
 
 TEST(SlotOrder, Map) {
-  // The map's own operations, slots 0 to 24, in one run of its primary virtual table
-  // (counted from ContainsKey: where the run starts depends on how the shared
-  // MxContainerBase is laid out).
+  // The map's own slots 0 to 24 are one run of its primary virtual table, wherever the run
+  // starts (that depends on how the shared MxContainerBase is laid out).
   using M = MxMap<int, String>;
-  const Slots map = {
-      {"ContainsKey", EntryOf(&M::ContainsKey)},
-      {"CopyPair", EntryOf(&M::CopyPair)},
-      {"KeyEquals", EntryOf(&M::KeyEquals)},
-      {"Add", EntryOf(&M::Add)},
-      {"Remove", EntryOf(&M::Remove)},
-      {"RemoveCurrent", EntryOf(&M::RemoveCurrent)},
-      {"LookupPtr", EntryOf(&M::LookupPtr)},
-      {"Lookup", EntryOf(&M::Lookup)},
-      {"SetAt", EntryOf(&M::SetAt)},
-      {"GetFirst", EntryOf(&M::GetFirst)},
-      {"GetNext", EntryOf(&M::GetNext)},
-      {"GetFirstPtr", EntryOf(&M::GetFirstPtr)},
-      {"GetNextPtr", EntryOf(&M::GetNextPtr)},
-      {"AddEntry", EntryOf(&M::AddEntry)},
-      {"DestroyTree", EntryOf(&M::DestroyTree)},
-      {"FindNode", EntryOf(&M::FindNode)},
-      {"UpdateRoot", EntryOf(&M::UpdateRoot)},
-      {"InsertNode", EntryOf(&M::InsertNode)},
-      {"InsertFixup", EntryOf(&M::InsertFixup)},
-      {"MakeLeaf", EntryOf(&M::MakeLeaf)},
-      {"DeleteNode", EntryOf(&M::DeleteNode)},
-      {"DeleteFixup", EntryOf(&M::DeleteFixup)},
-      {"GetFirstNode", EntryOf(&M::GetFirstNode)},
-      {"GetNextNode", EntryOf(&M::GetNextNode)},
-      {"MoveNext", EntryOf(&M::MoveNext)},
-  };
-  ASSERT_GE(map[0].second, 0);
-  for (std::size_t i = 0; i < map.size(); ++i) {
-    EXPECT_EQ(map[i].second - map[0].second, static_cast<long>(i)) << map[i].first;
-  }
+  ASSERT_GE(EntryOf(&M::ContainsKey), 0);
+  ExpectConsecutive(EntryOf(&M::ContainsKey), SLOT(M, ContainsKey), SLOT(M, CopyPair),
+                    SLOT(M, KeyEquals), SLOT(M, Add), SLOT(M, Remove), SLOT(M, RemoveCurrent),
+                    SLOT(M, LookupPtr), SLOT(M, Lookup), SLOT(M, SetAt), SLOT(M, GetFirst),
+                    SLOT(M, GetNext), SLOT(M, GetFirstPtr), SLOT(M, GetNextPtr), SLOT(M, AddEntry),
+                    SLOT(M, DestroyTree), SLOT(M, FindNode), SLOT(M, UpdateRoot),
+                    SLOT(M, InsertNode), SLOT(M, InsertFixup), SLOT(M, MakeLeaf),
+                    SLOT(M, DeleteNode), SLOT(M, DeleteFixup), SLOT(M, GetFirstNode),
+                    SLOT(M, GetNextNode), SLOT(M, MoveNext));
   // The locked map overrides without adding slots of its own in between.
   using S = SyncMap<int, String>;
   EXPECT_EQ(EntryOf(&S::Lookup) - EntryOf(&S::ContainsKey), 7);
@@ -131,50 +79,30 @@ TEST(SlotOrder, Map) {
 }
 
 TEST(SlotOrder, ExceptionAndFile) {
-  // MxObject's five, MxBaseException's four, then MxException's four.
-  const Slots exception = {
-      {"PrintToString",
-       EntryOf(static_cast<String (MxException::*)() const>(&MxException::PrintToString))},
-      {"SetCode", EntryOf(&MxException::SetCode)},
-      {"SetLevel", EntryOf(&MxException::SetLevel)},
-      {"GetCode", EntryOf(&MxException::GetCode)},
-      {"GetLevel", EntryOf(&MxException::GetLevel)},
-      {"AddExceptionInfo", EntryOf(&MxException::AddExceptionInfo)},
-      {"RemoveExceptionInfo", EntryOf(&MxException::RemoveExceptionInfo)},
-      {"GetExceptionInfo(code)",
-       EntryOf(static_cast<String (MxException::*)(int) const>(&MxException::GetExceptionInfo))},
-      {"GetExceptionInfo()",
-       EntryOf(static_cast<String (MxException::*)() const>(&MxException::GetExceptionInfo))},
-  };
-  for (std::size_t i = 0; i < exception.size(); ++i) {  // slots 4 to 12
-    EXPECT_EQ(exception[i].second, static_cast<long>(i) + 5) << exception[i].first;
-  }
+  // MxObject's five, MxBaseException's four, then MxException's four: slots 4 to 12.
+  using E = MxException;
+  ExpectConsecutive(
+      5, Slot{"PrintToString", EntryOf(static_cast<String (E::*)() const>(&E::PrintToString))},
+      SLOT(E, SetCode), SLOT(E, SetLevel), SLOT(E, GetCode), SLOT(E, GetLevel),
+      SLOT(E, AddExceptionInfo), SLOT(E, RemoveExceptionInfo),
+      Slot{"GetExceptionInfo(code)",
+           EntryOf(static_cast<String (E::*)(int) const>(&E::GetExceptionInfo))},
+      Slot{"GetExceptionInfo()",
+           EntryOf(static_cast<String (E::*)() const>(&E::GetExceptionInfo))});
 
   // MxFile's slots 5 to 15, then MxAsyncFileWin's 16 and 17.
   struct Exposed : MxAsyncFileWin {
     static long OnIoCompletionEntry() { return EntryOf(&Exposed::onIoCompletion); }
   };
   using F = MxAsyncFile;
-  const Slots file = {
-      {"Open", EntryOf(&F::Open)},
-      {"Read(Byte&)", EntryOf(static_cast<int (F::*)(Byte&)>(&F::Read))},
-      {"Read(void*, count)",
-       EntryOf(static_cast<unsigned int (F::*)(void*, unsigned int)>(&F::Read))},
-      {"Write(const Byte&)", EntryOf(static_cast<unsigned int (F::*)(const Byte&)>(&F::Write))},
-      {"Write(const void*, count)",
-       EntryOf(static_cast<unsigned int (F::*)(const void*, unsigned int)>(&F::Write))},
-      {"SeekToBegin", EntryOf(&F::SeekToBegin)},
-      {"SeekToEnd", EntryOf(&F::SeekToEnd)},
-      {"Seek", EntryOf(&F::Seek)},
-      {"GetLength", EntryOf(&F::GetLength)},
-      {"Flush", EntryOf(&F::Flush)},
-      {"Close", EntryOf(&F::Close)},
-      {"CancelIo", EntryOf(&F::CancelIo)},
-      {"onIoCompletion", Exposed::OnIoCompletionEntry()},
-  };
-  for (std::size_t i = 0; i < file.size(); ++i) {  // slots 5 to 17
-    EXPECT_EQ(file[i].second, static_cast<long>(i) + 6) << file[i].first;
-  }
+  using U = unsigned int;
+  ExpectConsecutive(6, SLOT(F, Open), Slot{"Read(Byte&)", EntryOf<int (F::*)(Byte&)>(&F::Read)},
+                    Slot{"Read(void*, count)", EntryOf<U (F::*)(void*, U)>(&F::Read)},
+                    Slot{"Write(const Byte&)", EntryOf<U (F::*)(const Byte&)>(&F::Write)},
+                    Slot{"Write(const void*, count)", EntryOf<U (F::*)(const void*, U)>(&F::Write)},
+                    SLOT(F, SeekToBegin), SLOT(F, SeekToEnd), SLOT(F, Seek), SLOT(F, GetLength),
+                    SLOT(F, Flush), SLOT(F, Close), SLOT(F, CancelIo),
+                    Slot{"onIoCompletion", Exposed::OnIoCompletionEntry()});
 }
 
 }  // namespace

@@ -1,77 +1,124 @@
-// SyncMap: every operation under the map's lock, from several threads at once.
+// MxLock, MxContainerBase and SyncMap: every map operation under the map's lock, from
+// several threads at once.
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
 
 #include <atomic>
+#include <functional>
 #include <stdexcept>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "container/containerTestUtil.h"
+#include "platform/sync.h"
+
+namespace mlib::detail {
+// Test hook: asks the platform lock directly whether another thread could take it.
+struct LockAccess {
+  static bool TryLockOnAnotherThread(MxLock& lock) {
+    bool taken = false;
+    std::thread([&] {
+      taken = platform::recursiveLockTryEnter(lock.state_);
+      if (taken) (void)platform::recursiveLockLeave(lock.state_);
+    }).join();
+    return taken;
+  }
+};
+}  // namespace mlib::detail
 
 namespace mlib {
 namespace {
 
-using testing::TreeIsValid;
+using detail::LockAccess;
+using M = SyncMap<int, String>;
 
-TEST(SyncMap, ThreadsAddingRemovingAndLookingUpAtOnce) {
-  SyncMap<int, String> map;
-  for (int k = 0; k < 100; ++k) map.Add(k, String(k));  // shared, only read
-  std::atomic<bool> walksAgreed{true};
-  std::vector<std::thread> threads;
-  for (int t = 1; t <= 3; ++t) {
-    threads.emplace_back([&map, t] {
-      for (int i = 0; i < 1500; ++i) map.Add(t * 10000 + i, String(i));  // disjoint keys
-      for (int i = 0; i < 1500; i += 2) {
-        map.Remove(t * 10000 + i);
-        map.Lock();  // keep the entry alive while its address is used
-        const String* value = map.LookupPtr(i % 100);
-        const int seen = value != nullptr ? value->toInt() : -1;
-        map.Unlock();
-        EXPECT_EQ(seen, i % 100);
-      }
-    });
+TEST(MxLock, FreeOnlyAfterAsManyUnlocksByTheHolder) {
+  MxLock lock;
+  lock.Unlock();  // free lock: nothing happens
+  lock.Lock();
+  lock.Lock();                                 // same thread: must not block
+  std::thread([&] { lock.Unlock(); }).join();  // a foreign thread cannot release it
+  lock.Unlock();
+  EXPECT_FALSE(LockAccess::TryLockOnAnotherThread(lock)) << "freed after one of two unlocks";
+  lock.Unlock();
+  EXPECT_TRUE(LockAccess::TryLockOnAnotherThread(lock));
+  lock.Unlock();  // one more than taken: ignored
+  EXPECT_TRUE(LockAccess::TryLockOnAnotherThread(lock));
+}
+
+TEST(MxContainerBase, EveryContainerIsEmptyAfterRemoveAll) {
+  MxList<int> list;
+  MxMap<int, String> map;
+  M syncMap;
+  for (int i = 0; i < 20; ++i) {
+    list.AddTail(i);
+    map.Add(i, String(MLIB_T("v")));
+    syncMap.Add(i, String(MLIB_T("v")));
   }
-  threads.emplace_back([&] {
-    for (int round = 0; round < 50; ++round) {
-      map.Lock();  // the whole walk as one operation
-      unsigned walked = 0;
-      int key = 0;
-      String value;
-      for (bool ok = map.GetFirst(key, value); ok; ok = map.GetNext(key, value)) ++walked;
-      if (walked != map.GetCount()) walksAgreed = false;
-      map.Unlock();
-    }
-  });
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_TRUE(walksAgreed.load());
-  EXPECT_EQ(map.GetCount(), 100u + 3 * 750);
+  for (MxContainerBase* container :
+       {static_cast<MxContainerBase*>(&list), static_cast<MxContainerBase*>(&map),
+        static_cast<MxContainerBase*>(&syncMap)}) {
+    EXPECT_TRUE(container->GetCount() == 20 && !container->IsEmpty());
+    container->RemoveAll();
+    EXPECT_TRUE(container->GetCount() == 0 && container->IsEmpty());
+  }
+}
+
+TEST(SyncMap, EveryOperationWaitsForAnotherThreadsBracket) {
+  int key = 1;
+  String value;
+  const std::pair<const char*, std::function<void(M&)>> operations[] = {
+      {"ContainsKey", [](M& m) { (void)m.ContainsKey(1); }},
+      {"Add", [](M& m) { (void)m.Add(2, String()); }},
+      {"Remove", [](M& m) { (void)m.Remove(2); }},
+      {"RemoveCurrent", [](M& m) { (void)m.RemoveCurrent(); }},
+      {"LookupPtr", [](M& m) { (void)m.LookupPtr(1); }},
+      {"Lookup", [&](M& m) { (void)m.Lookup(key, value); }},
+      {"SetAt", [](M& m) { (void)m.SetAt(1, String()); }},
+      {"GetFirst", [&](M& m) { (void)m.GetFirst(key, value); }},
+      {"GetNext", [&](M& m) { (void)m.GetNext(key, value); }},
+      {"PrintToString", [](M& m) { (void)m.PrintToString(); }},
+      {"IsEmpty", [](M& m) { (void)m.IsEmpty(); }},
+      {"RemoveAll", [](M& m) { m.RemoveAll(); }},
+      {"GetCount", [](M& m) { (void)m.GetCount(); }},
+  };
+  for (const auto& [name, operation] : operations) {
+    SCOPED_TRACE(name);
+    M map;
+    map.Add(1, String(MLIB_T("one")));
+    std::atomic<bool> started{false};
+    std::atomic<bool> done{false};
+    map.Lock();
+    operation(map);  // the holder re-enters without blocking
+    std::thread other([&, op = operation] {
+      started = true;
+      op(map);
+      done = true;
+    });
+    while (!started) std::this_thread::yield();
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    EXPECT_FALSE(done.load()) << "it ran inside another thread's bracket";
+    map.Unlock();
+    other.join();
+    EXPECT_TRUE(done.load());
+  }
+}
+
+TEST(SyncMap, ThreadsAddingAndRemovingDisjointKeysAtOnce) {
+  M map;
+  auto work = [&map](int t) {
+    for (int i = 0; i < 1500; ++i) map.Add(t * 10000 + i, String(i));
+    for (int i = 0; i < 1500; i += 2) map.Remove(t * 10000 + i);
+  };
+  std::thread first(work, 1), second(work, 2), third(work, 3);
+  first.join();
+  second.join();
+  third.join();
+  EXPECT_EQ(map.GetCount(), 3u * 750);
   for (int t = 1; t <= 3; ++t) {
     for (int i = 0; i < 1500; ++i) ASSERT_EQ(map.ContainsKey(t * 10000 + i), i % 2 == 1);
   }
-  EXPECT_TRUE(TreeIsValid(map));
-}
-
-TEST(SyncMap, CallerBracketIsOneOperationForOtherThreads) {
-  SyncMap<int, String> map;
-  std::atomic<bool> started{false};
-  std::atomic<bool> answered{false};
-  bool sawKey = false;
-  map.Lock();
-  map.Add(1, String(MLIB_T("one")));
-  EXPECT_TRUE(map.ContainsKey(1)) << "the holder re-enters without blocking";
-  std::thread reader([&] {
-    started = true;
-    sawKey = map.ContainsKey(2);
-    answered = true;
-  });
-  while (!started) std::this_thread::yield();
-  for (int i = 0; i < 1000; ++i) std::this_thread::yield();
-  EXPECT_FALSE(answered.load()) << "the reader ran inside the bracket";
-  map.Add(2, String(MLIB_T("two")));
-  map.Unlock();
-  reader.join();
-  EXPECT_TRUE(sawKey) << "the reader must see the whole bracket";
+  EXPECT_TRUE(testing::TreeIsValid(map));
 }
 
 struct Fragile {
@@ -82,20 +129,17 @@ struct Fragile {
   }
 };
 
-TEST(SyncMap, LockIsReleasedWhenAnOperationThrows) {
-  SyncMap<int, Fragile> map;
+TEST(SyncMap, LockIsReleasedWhenAnOperationThrowsAndPrintsAsTheUnlockedMap) {
+  SyncMap<int, Fragile> fragile;
   Fragile::failCopies = true;
-  EXPECT_THROW(map.Add(1, Fragile()), std::runtime_error);
+  EXPECT_THROW(fragile.Add(1, Fragile()), std::runtime_error);
   Fragile::failCopies = false;
   bool added = false;
-  std::thread([&] { added = map.Add(2, Fragile()); }).join();  // would block for ever
+  std::thread([&] { added = fragile.Add(2, Fragile()); }).join();  // would block for ever
   EXPECT_TRUE(added);
-  EXPECT_EQ(map.GetCount(), 1u) << "the failed Add left the map unchanged";
-}
+  EXPECT_EQ(fragile.GetCount(), 1u) << "the failed Add left the map unchanged";
 
-TEST(SyncMap, PrintsAsTheUnlockedMapAndLivesOnTheHeap) {
-  auto* map = new SyncMap<int, String>;
-  ASSERT_NE(map, nullptr);
+  auto* map = new M;  // on the runtime heap
   EXPECT_EQ(testing::TextOf(map->PrintToString()), testing::kObjectText);
   map->Add(5, String(MLIB_T("five")));
   EXPECT_EQ(testing::TextOf(map->PrintToString()),

@@ -1,9 +1,11 @@
-// MxException: construction and copies, and the long and short reports character for
-// character.
+// MxBaseException and MxException: codes, levels, owned texts, GetCode's capture of the last
+// system error, throwing by value, and the long and short reports character for character.
 #include <gtest/gtest.h>
+#include <mlib/byte.h>
 #include <mlib/exceptions.h>
 #include <mlib/string.h>
 
+#include <cstdio>
 #include <string>
 
 #include "exception/reportText.h"
@@ -16,6 +18,8 @@ using mlib::String;
 using mlib::testing::ascii;
 using mlib::testing::framed;
 
+std::string shortReport(const MxBaseException& e) { return ascii(MxException::PrintToString(&e)); }
+
 std::string longReport(int code, const std::string& level, const std::string& description,
                        const std::string& callStack, const std::string& location) {
   return framed("mlib exception { <Code: " + std::to_string(code) + "> <Level: " + level +
@@ -23,39 +27,33 @@ std::string longReport(int code, const std::string& level, const std::string& de
                 "> <Location: \"" + location + "\"> }");
 }
 
-TEST(MxException, LongReportsOfTheConstructors) {
-  EXPECT_EQ(ascii(MxException().PrintToString()), longReport(0, "Info", "no error", "", ""));
-  EXPECT_EQ(MxException(-5).GetLevel(), 0);
+struct Renamed : MxException {  // the long report asks the overridable lookup
+  using MxException::GetExceptionInfo;
+  using MxException::MxException;
+  String GetExceptionInfo(int code) const override {
+    return code == 42 ? String(MLIB_T("the answer")) : MxException::GetExceptionInfo(code);
+  }
+};
 
+TEST(MxException, ReportsOfTheConstructors) {
   const MxException full(-4, 3, String(MLIB_T("String::[]")),
                          String(MLIB_T("if(uIndex>=getSize())")));
-  EXPECT_EQ(ascii(full.PrintToString()),
-            framed("mlib exception { <Code: -4> <Level: Fatal> <Description: the current index "
-                   "is out of range of an array> <Call Stack: String::[]> <Location: "
-                   "\"if(uIndex>=getSize())\"> }"));
-  // No description of its own: the short report prints "(null)" in its place.
-  EXPECT_EQ(ascii(MxException::PrintToString(&full)),
-            framed("mlib exception: { Code: -4; Level: Fatal; Description: (null) }"));
-
   const std::string longStack(3000, 's');  // the long report is never cut
-  EXPECT_EQ(ascii(MxException(-3, 0, String(longStack.c_str()), String()).PrintToString()),
-            longReport(-3, "Info", "the current pointer is invalid", longStack, ""));
-}
-
-TEST(MxException, CopiesOwnTheirTexts) {
-  auto* original =
-      new MxException(-2, 1, String(MLIB_T("File::Open")), String(MLIB_T("path == null")));
-  const MxException copy(*original);
-  MxException assigned(7);
-  assigned = *original;
-  delete original;
-  const std::string expected =
-      longReport(-2, "Warnning", "the current pointer is null", "File::Open", "path == null");
-  EXPECT_EQ(ascii(copy.PrintToString()), expected);
-  EXPECT_EQ(ascii(assigned.PrintToString()), expected);
-  const MxException& alias = assigned;
-  assigned = alias;
-  EXPECT_EQ(ascii(assigned.PrintToString()), expected);
+  const std::pair<std::string, std::string> rows[] = {
+      {ascii(MxException().PrintToString()), longReport(0, "Info", "no error", "", "")},
+      {ascii(full.PrintToString()),
+       longReport(-4, "Fatal", "the current index is out of range of an array", "String::[]",
+                  "if(uIndex>=getSize())")},
+      // No description of its own: the short report prints "(null)" in its place.
+      {shortReport(full),
+       framed("mlib exception: { Code: -4; Level: Fatal; Description: (null) }")},
+      {ascii(MxException(-3, 0, String(longStack.c_str()), String()).PrintToString()),
+       longReport(-3, "Info", "the current pointer is invalid", longStack, "")},
+      {ascii(Renamed(42, 2, String(MLIB_T("Ask")), String(MLIB_T("here"))).PrintToString()),
+       longReport(42, "Serious", "the answer", "Ask", "here")},
+  };
+  for (const auto& [got, want] : rows) EXPECT_EQ(got, want);
+  EXPECT_EQ(MxException(-5).GetLevel(), 0);
 }
 
 TEST(MxException, LevelsPrintByName) {
@@ -65,37 +63,95 @@ TEST(MxException, LevelsPrintByName) {
     SCOPED_TRACE(level);
     EXPECT_EQ(ascii(MxException(-1, level, String(), String()).PrintToString()),
               longReport(-1, name, "unknown exception", "", ""));
-    const MxBaseException base(-2147483647 - 1, level, MLIB_T("%s"));
-    EXPECT_EQ(ascii(MxException::PrintToString(&base)),
+    EXPECT_EQ(shortReport(MxBaseException(-2147483647 - 1, level, MLIB_T("%s"))),
               framed("mlib exception: { Code: -2147483648; Level: " + std::string(name) +
                      "; Description: %s }"));
   }
 }
 
-TEST(MxException, LongReportAsksTheOverridableLookup) {
-  struct Renamed : MxException {
-    using MxException::GetExceptionInfo;
-    using MxException::MxException;
-    String GetExceptionInfo(int code) const override {
-      return code == 42 ? String(MLIB_T("the answer")) : MxException::GetExceptionInfo(code);
-    }
-  };
-  const Renamed e(42, 2, String(MLIB_T("Ask")), String(MLIB_T("here")));
-  EXPECT_EQ(ascii(e.PrintToString()), longReport(42, "Serious", "the answer", "Ask", "here"));
+TEST(MxException, EveryCopyOwnsItsTexts) {
+  mlib::WideChar text[] = MLIB_T("disk full");
+  auto* base = new MxBaseException(-3, 2, text);
+  text[0] = MLIB_T('X');
+  auto* full = new MxException(-2, 1, String(MLIB_T("File::Open")), String(MLIB_T("p == 0")));
+  const MxBaseException baseCopy(*base);
+  MxBaseException baseAssigned(1, 1, MLIB_T("other"));
+  baseAssigned = *base;
+  const MxException copy(*full);
+  MxException assigned(7);
+  assigned = *full;
+  delete base;
+  delete full;
+  const std::string wantShort =
+      framed("mlib exception: { Code: -3; Level: Serious; Description: disk full }");
+  EXPECT_EQ(shortReport(baseCopy), wantShort);
+  EXPECT_EQ(shortReport(baseAssigned), wantShort);
+  const std::string wantLong =
+      longReport(-2, "Warnning", "the current pointer is null", "File::Open", "p == 0");
+  EXPECT_EQ(ascii(copy.PrintToString()), wantLong);
+  const MxException& alias = assigned;
+  assigned = alias;
+  EXPECT_EQ(ascii(assigned.PrintToString()), wantLong);
+
+  // An absent description stays absent through copies and assignments.
+  const MxBaseException none(5, 0, nullptr);
+  baseAssigned = none;
+  EXPECT_EQ(shortReport(MxBaseException(none)),
+            framed("mlib exception: { Code: 5; Level: Info; Description: (null) }"));
+  EXPECT_EQ(shortReport(baseAssigned), shortReport(none));
+}
+
+TEST(MxBaseException, ZeroCodeTakesTheLastSystemErrorOnce) {
+  // A missing file in an existing folder: 2 on both platforms (ENOENT, ERROR_FILE_NOT_FOUND).
+  const char* missing = MLIB_TEST_DATA_DIR "/no-such-file.txt";
+  MxBaseException e(9, 0, nullptr);
+  e.SetCode(0);
+  std::FILE* file = std::fopen(missing, "rb");
+  const int captured = e.GetCode();
+  ASSERT_EQ(file, nullptr);
+  EXPECT_EQ(captured, 2);
+  // Kept: a later failure of another kind does not change it.
+  ASSERT_EQ(std::fopen(MLIB_TEST_DATA_DIR "/no-such-folder/x.txt", "rb"), nullptr);
+  EXPECT_EQ(e.GetCode(), 2);
+  e.SetCode(-1);  // a non-zero code is never replaced
+  ASSERT_EQ(std::fopen(missing, "rb"), nullptr);
+  EXPECT_EQ(e.GetCode(), -1);
+}
+
+TEST(MxBaseException, IsThrownByValueAndCaughtAsItsBases) {
+  const std::string head = "mlib exception: { Code: -4; Level: Fatal; Description: Call Stack: ";
+  try {
+    (void)String()[0];
+    ADD_FAILURE() << "String::operator[] did not throw";
+  } catch (mlib::MxObject& caught) {
+    auto* base = dynamic_cast<MxBaseException*>(&caught);
+    ASSERT_NE(base, nullptr);
+    EXPECT_EQ(base->GetLevel(), 3);
+    EXPECT_EQ(base->GetCode(), -4);
+    EXPECT_EQ(shortReport(*base),
+              framed(head + "String::[]; Location: \"if(uIndex>=getSize())\" }"));
+  }
+  try {
+    (void)mlib::Byte("ab")[1000];
+    ADD_FAILURE() << "Byte::operator[] did not throw";
+  } catch (const MxBaseException& caught) {
+    const MxBaseException copy = caught;  // a second owner of the thrown text
+    EXPECT_EQ(shortReport(copy), framed(head + "Byte::[] }"));
+    EXPECT_EQ(shortReport(caught), shortReport(copy));
+  }
 }
 
 TEST(MxException, ShortReportIsCutTo511Units) {
   EXPECT_TRUE(MxException::PrintToString(nullptr).IsNull());
   const std::string frame = framed("mlib exception: { Code: 1; Level: Info; Description:  }");
   // Renderings of 510, 511, 512 and far more units.
-  for (std::size_t descriptionUnits :
+  for (std::size_t units :
        {510 - frame.size(), 511 - frame.size(), 512 - frame.size(), std::size_t{600}}) {
-    SCOPED_TRACE(descriptionUnits);
-    const std::basic_string<mlib::WideChar> text(descriptionUnits, MLIB_T('y'));
-    const MxBaseException e(1, 0, text.c_str());
-    const std::string whole = framed("mlib exception: { Code: 1; Level: Info; Description: " +
-                                     std::string(descriptionUnits, 'y') + " }");
-    EXPECT_EQ(ascii(MxException::PrintToString(&e)), whole.substr(0, 511));
+    SCOPED_TRACE(units);
+    const std::basic_string<mlib::WideChar> text(units, MLIB_T('y'));
+    const std::string whole = framed(
+        "mlib exception: { Code: 1; Level: Info; Description: " + std::string(units, 'y') + " }");
+    EXPECT_EQ(shortReport(MxBaseException(1, 0, text.c_str())), whole.substr(0, 511));
   }
 }
 
