@@ -44,8 +44,7 @@ const String kLong(u"a text longer than the one before it, so it must grow");
 
 TEST(AllocFaults, EveryAllocationOfAnOperationFailsInTurn) {
   mlib::test::TempFolder folder;
-  mlib::test::writeFile(folder.path("f"), "0123456789");
-  const String path = folder.text("f");
+  const String path = folder.put("f");
   // Each row answers whether its object is as before or as after the operation; `threw`
   // tells it which the operation claimed.
   struct Row {

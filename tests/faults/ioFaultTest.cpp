@@ -72,8 +72,7 @@ void runRows(MxFile& file, const std::vector<IoRow>& rows) {
     SCOPED_TRACE(std::string(1, row.op) + " " + row.faults.back().point + " " +
                  std::to_string(row.faults.back().error));
     mlib::test::TempFolder folder;
-    const std::string path = folder.path("f");
-    mlib::test::writeFile(path, kOriginal);
+    folder.put("f", kOriginal);
     if (row.op != 'o' && row.op != 't') {
       ASSERT_TRUE(file.Open(folder.text("f"), 2));
     }
@@ -126,7 +125,7 @@ void runRows(MxFile& file, const std::vector<IoRow>& rows) {
     std::string expected = kOriginal;
     if (row.op == 'w') expected.replace(0, std::min(got, 10u), kData, 0, got);
     if (row.op == 'f' || row.op == 'c') expected = kData;
-    const std::string now = mlib::test::readFile(path);
+    const std::string now = folder.get("f");
     if (now != kOriginal || row.error <= 0) {
       EXPECT_EQ(now, expected);
     }
