@@ -75,6 +75,81 @@ class PendingRanges {
 // r of the steps: 0 to 32767, also where the C library's rand() goes further.
 inline std::ptrdiff_t draw() noexcept { return std::rand() % 32768; }
 
+// Hoare's partition of a[i..j] around pivot, the scans and swaps of the steps; i and j end
+// where the steps leave them. Its swaps pair the k-th value from the left that is not below
+// the pivot with the k-th value from the right that is not above it, for as long as the
+// first lies left of the second. While the part not yet scanned is long (and the values
+// look unordered), both ends are scanned a block at a time without branches, the positions where a
+// scan would stop are noted, and the noted pairs are swapped in order: the same swaps, the same
+// state after each. The rest is done by the scans themselves, from the state of the last swap.
+void partition(int* a, int pivot, std::ptrdiff_t& iOut, std::ptrdiff_t& jOut) noexcept {
+  constexpr int kBlock = 64;
+  std::ptrdiff_t i = iOut;
+  std::ptrdiff_t j = jOut;
+  // The first swaps by the scans themselves. Where the scans stop at once every time (values
+  // in reverse order, all equal) or run far (values in order), their branches are foreseen
+  // and they are fastest, so they do the rest; where they stop after a few steps, now one
+  // way and now another (values in no order), the blocks take over.
+  int shortScans = 0;
+  for (int swaps = 0; swaps < 8; ++swaps) {
+    const std::ptrdiff_t i0 = i, j0 = j;
+    while (a[i] < pivot) ++i;
+    while (a[j] > pivot) --j;
+    shortScans += (i - i0 > 0 && i - i0 <= 8) + (j0 - j > 0 && j0 - j <= 8);
+    if (i <= j) std::swap(a[i++], a[j--]);
+    if (i > j) break;
+  }
+  std::ptrdiff_t left = i;  // [left, right]: not yet scanned, so not yet touched
+  std::ptrdiff_t right = shortScans >= 4 ? j : left - 1;
+  std::ptrdiff_t leftBase = 0;   // the noted stops: leftBase + leftStops[k] ...
+  std::ptrdiff_t rightBase = 0;  // ... and rightBase - rightStops[k]
+  unsigned char leftStops[kBlock];
+  unsigned char rightStops[kBlock];
+  int leftFirst = 0, leftCount = 0, rightFirst = 0, rightCount = 0;
+  while (right - left + 1 >= 2 * kBlock) {
+    if (leftCount == 0) {
+      leftBase = left;
+      leftFirst = 0;
+      for (int k = 0; k < kBlock; ++k) {
+        leftStops[leftCount] = static_cast<unsigned char>(k);
+        leftCount += a[left + k] >= pivot;
+      }
+      left += kBlock;
+    }
+    if (rightCount == 0) {
+      rightBase = right;
+      rightFirst = 0;
+      for (int k = 0; k < kBlock; ++k) {
+        rightStops[rightCount] = static_cast<unsigned char>(k);
+        rightCount += a[right - k] <= pivot;
+      }
+      right -= kBlock;
+    }
+    const int pairs = leftCount < rightCount ? leftCount : rightCount;
+    for (int k = 0; k < pairs; ++k) {
+      std::swap(a[leftBase + leftStops[leftFirst + k]], a[rightBase - rightStops[rightFirst + k]]);
+    }
+    if (pairs > 0) {
+      i = leftBase + leftStops[leftFirst + pairs - 1] + 1;
+      j = rightBase - rightStops[rightFirst + pairs - 1] - 1;
+    }
+    leftFirst += pairs;
+    leftCount -= pairs;
+    rightFirst += pairs;
+    rightCount -= pairs;
+  }
+  // The steps' loop. Its bound tests (i < hi, j > lo) never decide: with no swap made, the
+  // pivot's own position stops both scans; after a swap at (i, j), the value left at j stops
+  // the next upward scan and the one left at i the next downward one.
+  while (i <= j) {
+    while (a[i] < pivot) ++i;
+    while (a[j] > pivot) --j;
+    if (i <= j) std::swap(a[i++], a[j--]);
+  }
+  iOut = i;
+  jOut = j;
+}
+
 }  // namespace
 
 void QuickSort(int* values, int lo, int hi) {
@@ -92,15 +167,7 @@ void QuickSort(int* values, int lo, int hi) {
       const int pivot = a[range.lo + draw() % (range.hi - range.lo + 1)];
       std::ptrdiff_t i = range.lo;
       std::ptrdiff_t j = range.hi;
-      for (;;) {
-        while (a[i] < pivot) ++i;
-        while (a[j] > pivot) --j;
-        if (i > j) break;
-        std::swap(a[i], a[j]);
-        ++i;
-        --j;
-        if (i > j) break;
-      }
+      partition(a, pivot, i, j);
       if (range.lo < j) {
         // The left part now; the right one waits. When the heap cannot hold it, it is
         // sorted at once by a sort that draws nothing: the result is the same, only the
