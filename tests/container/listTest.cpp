@@ -23,15 +23,12 @@ int liveNodes = 0;
 // Counted's node: the list's record with its allocation operators counting.
 template <>
 struct IListBase<Counted>::NODE : public MxObject {
-  static void* operator new(std::size_t size) noexcept {
-    return ++liveNodes, MxObject::operator new(size);
+  static void* operator new(std::size_t n) noexcept {
+    return ++liveNodes, MxObject::operator new(n);
   }
-  static void operator delete(void* block) noexcept {
-    --liveNodes, MxObject::operator delete(block);
-  }
+  static void operator delete(void* p) noexcept { --liveNodes, MxObject::operator delete(p); }
   Counted data{};
-  NODE* prev = nullptr;
-  NODE* next = nullptr;
+  NODE *prev = nullptr, *next = nullptr;
 };
 
 namespace {

@@ -24,21 +24,17 @@ int liveNodes = 0;
 // Tally's node: the map's record with its allocation operators counting.
 template <>
 struct MxMap<int, Tally>::NODE : public MxObject {
-  static void* operator new(std::size_t size) noexcept {
-    return ++liveNodes, MxObject::operator new(size);
+  static void* operator new(std::size_t n) noexcept {
+    return ++liveNodes, MxObject::operator new(n);
   }
-  static void operator delete(void* block) noexcept {
-    --liveNodes, MxObject::operator delete(block);
-  }
+  static void operator delete(void* p) noexcept { --liveNodes, MxObject::operator delete(p); }
   ~NODE() override {
     if (parent != nullptr && parent->left == this) parent->left = nullptr;
     if (parent != nullptr && parent->right == this) parent->right = nullptr;
   }
   int key{};
   Tally value{};
-  NODE* parent = nullptr;
-  NODE* left = nullptr;
-  NODE* right = nullptr;
+  NODE *parent = nullptr, *left = nullptr, *right = nullptr;
   int colour = 0;
 };
 
