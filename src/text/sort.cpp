@@ -7,7 +7,7 @@
 // values not below / not above the pivot, swapping while i <= j) splits it; the left part
 // lo..j is sorted first, then the right part i..hi. Ranges with hi <= lo draw nothing.
 //
-// What is free to change is only how the work is held:
+// What is free to change is only how the work is done:
 // - The left parts are not entered by recursion but by a loop, with the right parts still to
 //   do kept on an explicit stack: last pushed, first done, which is the order recursion gives,
 //   so the draws come in the same order; the machine stack stays flat whatever the pivots.
@@ -17,6 +17,8 @@
 //   downward scan.
 // - A range of two draws once and ends ordered, whatever it drew (the partition steps give
 //   exactly that), so it is finished with one comparison.
+// - Where values are in no order, the partition finds its swaps a block at a time (see
+//   partition below): the same swaps, in the same order.
 #include <mlib/text.h>
 
 #include <algorithm>
@@ -79,9 +81,10 @@ inline std::ptrdiff_t draw() noexcept { return std::rand() % 32768; }
 // where the steps leave them. Its swaps pair the k-th value from the left that is not below
 // the pivot with the k-th value from the right that is not above it, for as long as the
 // first lies left of the second. While the part not yet scanned is long (and the values
-// look unordered), both ends are scanned a block at a time without branches, the positions where a
-// scan would stop are noted, and the noted pairs are swapped in order: the same swaps, the same
-// state after each. The rest is done by the scans themselves, from the state of the last swap.
+// look unordered), both ends are scanned a block at a time without branches, the positions
+// where a scan would stop are noted, and the noted pairs are swapped in order: the same
+// swaps, the same state after each. The rest is done by the scans themselves, from the state
+// of the last swap.
 void partition(int* a, int pivot, std::ptrdiff_t& iOut, std::ptrdiff_t& jOut) noexcept {
   constexpr int kBlock = 64;
   std::ptrdiff_t i = iOut;
