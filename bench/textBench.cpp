@@ -246,8 +246,8 @@ void hashWide(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<long long>(state.iterations() * text.size()));
 }
 
-// 1M ints to sort: random, random among 16 values, ascending, descending.
-enum class Order { kRandom, kFewValues, kAscending, kDescending };
+// 1M ints to sort: random, random among 16 values, ascending, descending, all equal.
+enum class Order { kRandom, kFewValues, kAscending, kDescending, kAllEqual };
 
 std::vector<int> intsToSort(Order order) {
   std::mt19937 generator(7);
@@ -265,6 +265,9 @@ std::vector<int> intsToSort(Order order) {
         break;
       case Order::kDescending:
         values[i] = -static_cast<int>(i);
+        break;
+      case Order::kAllEqual:
+        values[i] = 7;
         break;
     }
   }
@@ -369,6 +372,8 @@ BENCHMARK_CAPTURE(sortQuickSort, ascending, Order::kAscending)->Unit(benchmark::
 BENCHMARK_CAPTURE(sortStdSort, ascending, Order::kAscending)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(sortQuickSort, descending, Order::kDescending)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(sortStdSort, descending, Order::kDescending)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortQuickSort, all_equal, Order::kAllEqual)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sortStdSort, all_equal, Order::kAllEqual)->Unit(benchmark::kMillisecond);
 BENCHMARK(hexByteToHex);
 BENCHMARK(hexByteToHexString);
 BENCHMARK(hexHexStringToByte);

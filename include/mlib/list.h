@@ -14,140 +14,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <string>
-
-// Under AddressSanitizer the node pools mark the slots they hold as unusable, so that a
-// node used after its container destroyed it is still reported, as it would be on the heap.
-#if defined(__SANITIZE_ADDRESS__)
-#define MLIB_NODE_POOL_POISONS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define MLIB_NODE_POOL_POISONS 1
-#endif
-#endif
-#ifdef MLIB_NODE_POOL_POISONS
-#include <sanitizer/asan_interface.h>
-#endif
 #include <type_traits>
 #include <utility>
 
 namespace mlib {
-namespace detail {
-
-/// Storage for the nodes of one container (a list, or a map, whose entries each bring one or
-/// two black leaves): slots of one size carved from blocks taken with malloc, a released
-/// slot kept for the next node. This replaces most calls to the heap by a few pointer moves
-/// and keeps neighbouring nodes close together in memory. Blocks start on cache-line
-/// boundaries; a node of more than half a line gets whole lines (a 64-byte
-/// MxMap<int, String> node fills one), smaller ones are packed (a 32-byte MxList<int> node
-/// takes 32 bytes, where the heap adds its own header). The blocks go back to the heap when
-/// the container is emptied or destroyed; until then released slots are only reused. Not
-/// thread-safe: it belongs to one container and is used only inside its operations.
-class NodePool {
- public:
-  explicit NodePool(std::size_t nodeSize) noexcept : slotSize_(slotSizeFor(nodeSize)) {}
-  NodePool(const NodePool&) = delete;
-  NodePool& operator=(const NodePool&) = delete;
-  ~NodePool() { ReleaseAll(); }
-
-  /// Room for one node; null when the heap is exhausted.
-  void* Allocate() noexcept {
-    if (free_ != nullptr) {
-      FreeSlot* slot = free_;
-      markUsable(slot, slotSize_);
-      free_ = slot->next;
-      return slot;
-    }
-    if (next_ == end_ && !grow()) return nullptr;
-    void* slot = next_;
-    next_ += slotSize_;
-    markUsable(slot, slotSize_);
-    return slot;
-  }
-  /// Takes back a slot of this pool whose node has been destroyed.
-  void Release(void* slot) noexcept {
-    auto* freed = static_cast<FreeSlot*>(slot);
-    freed->next = free_;
-    free_ = freed;
-    markUnusable(slot, slotSize_);
-  }
-  /// Returns every block to the heap. Every node must have been destroyed first.
-  void ReleaseAll() noexcept {
-    while (blocks_ != nullptr) {
-      Block* block = blocks_;
-      markUsable(block, block->bytes);
-      blocks_ = block->next;
-      std::free(block);
-    }
-    free_ = nullptr;
-    next_ = end_ = nullptr;
-    slotsPerBlock_ = kFirstBlockSlots;
-  }
-
- private:
-  static constexpr std::size_t kLine = 64;
-  static constexpr std::size_t kFirstBlockSlots = 8;
-  static constexpr std::size_t kMostBlockSlots = 1024;
-  struct FreeSlot {
-    FreeSlot* next;
-  };
-  struct Block {
-    Block* next;
-    std::size_t bytes;  ///< of the whole block, this header included
-  };
-
-  static void markUsable(void* at, std::size_t bytes) noexcept {
-#ifdef MLIB_NODE_POOL_POISONS
-    ASAN_UNPOISON_MEMORY_REGION(at, bytes);
-#else
-    (void)at;
-    (void)bytes;
-#endif
-  }
-  static void markUnusable(void* at, std::size_t bytes) noexcept {
-#ifdef MLIB_NODE_POOL_POISONS
-    ASAN_POISON_MEMORY_REGION(at, bytes);
-#else
-    (void)at;
-    (void)bytes;
-#endif
-  }
-
-  /// Nodes of more than half a line get whole lines; smaller ones are packed.
-  static constexpr std::size_t slotSizeFor(std::size_t nodeSize) noexcept {
-    const std::size_t unit = nodeSize > kLine / 2 ? kLine : alignof(std::max_align_t);
-    return (nodeSize + unit - 1) / unit * unit;
-  }
-
-  /// A new block, each twice the last up to kMostBlockSlots slots.
-  bool grow() noexcept {
-    const std::size_t bytes = kLine + slotsPerBlock_ * slotSize_ + kLine;
-    auto* block = static_cast<Block*>(std::malloc(bytes));
-    if (block == nullptr) return false;
-    block->next = blocks_;
-    block->bytes = bytes;
-    blocks_ = block;
-    const auto first =
-        (reinterpret_cast<std::uintptr_t>(block) + sizeof(Block) + kLine - 1) / kLine * kLine;
-    next_ = reinterpret_cast<char*>(block) + (first - reinterpret_cast<std::uintptr_t>(block));
-    end_ = next_ + slotsPerBlock_ * slotSize_;
-    markUnusable(next_, slotsPerBlock_ * slotSize_);
-    if (slotsPerBlock_ < kMostBlockSlots) slotsPerBlock_ *= 2;
-    return true;
-  }
-
-  std::size_t slotSize_;      ///< see slotSizeFor
-  FreeSlot* free_ = nullptr;  ///< released slots, last released first
-  char* next_ = nullptr;      ///< the next slot never handed out, or end_
-  char* end_ = nullptr;       ///< past the last slot of the newest block
-  Block* blocks_ = nullptr;   ///< every block, newest first
-  std::size_t slotsPerBlock_ = kFirstBlockSlots;
-};
-
-}  // namespace detail
-
 /// A container of elements of type T: membership and the two element operations every
 /// element passes through.
 template <typename T>
@@ -307,21 +178,16 @@ class MxList : public IListBase<T> {
  private:
   /// A node holding a copy of value, unlinked; null when the heap is exhausted.
   NODE* makeNode(const T& value);
-  /// Destroys an unlinked node and gives its slot back to the pool.
-  void destroyNode(NODE* node) noexcept {
-    node->~NODE();
-    pool_.Release(node);
-  }
+  /// Destroys an unlinked node and returns its memory to the heap.
+  static void destroyNode(NODE* node) noexcept { delete node; }
   /// The node at index, which must be below count.
   NODE* nodeAt(unsigned index) const noexcept;
   void destroyAll() noexcept;
 
-  NODE* first_ = nullptr;                ///< first node, or null
-  NODE* last_ = nullptr;                 ///< last node, or null
-  NODE* cursor_ = nullptr;               ///< the node the cursor stands on, or null
-  unsigned count_ = 0;                   ///< number of nodes
-  detail::NodePool pool_{sizeof(NODE)};  ///< where the nodes live
-  static_assert(alignof(NODE) <= alignof(std::max_align_t), "nodes are packed");
+  NODE* first_ = nullptr;   ///< first node, or null
+  NODE* last_ = nullptr;    ///< last node, or null
+  NODE* cursor_ = nullptr;  ///< the node the cursor stands on, or null
+  unsigned count_ = 0;      ///< number of nodes
 };
 
 // ---- Implementation ----------------------------------------------------------------------
@@ -591,10 +457,7 @@ void MxList<T>::RemoveNode(NODE* node) {
   if (cursor_ == node) cursor_ = nullptr;
   destroyNode(node);
   if (count_ != 0) --count_;
-  if (first_ == nullptr) {
-    count_ = 0;
-    pool_.ReleaseAll();  // the last node is gone
-  }
+  if (first_ == nullptr) count_ = 0;
 }
 
 template <typename T>
@@ -619,9 +482,9 @@ typename MxList<T>::NODE* MxList<T>::GetNodeAt(int index) const {
 
 template <typename T>
 typename MxList<T>::NODE* MxList<T>::makeNode(const T& value) {
-  void* slot = pool_.Allocate();
-  if (slot == nullptr) return nullptr;
-  NODE* node = new (slot) NODE;
+  // MxObject's operator new: null, not an exception, when the heap is exhausted.
+  NODE* node = new NODE;
+  if (node == nullptr) return nullptr;
   try {
     CopyElement(node->data, value);
   } catch (...) {
@@ -653,7 +516,6 @@ void MxList<T>::destroyAll() noexcept {
     destroyNode(node);
     node = next;
   }
-  pool_.ReleaseAll();
   first_ = nullptr;
   last_ = nullptr;
   cursor_ = nullptr;

@@ -89,9 +89,10 @@ template <typename K, typename V>
 class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
  public:
   /// One tree node: an entry (two children) or a leaf (no children, black, holds no entry).
-  /// Made with key and value value-initialised. A map makes its nodes in its own pool and
-  /// destroys them itself, each subtree bottom-up; a node's destructor detaches it from its
-  /// parent. The tree operations take only nodes the map made.
+  /// Made with key and value value-initialised, on the heap through MxObject's operator new.
+  /// A map destroys its nodes itself, each subtree bottom-up, and a removal gives the nodes
+  /// it takes out back to the heap at once; a node's destructor detaches it from its parent. The
+  /// tree operations take only nodes the map made.
   struct NODE : public MxObject {
     NODE() = default;
     ~NODE() override;
@@ -218,12 +219,9 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   /// on the stack, so a search allocates nothing beyond what copying the key takes, and the
   /// caller's key is only read. The entry found, or null.
   NODE* findEntry(const K& key, const V* value = nullptr) const;
-  /// A new node of the pool (black, no links); null when out of memory.
-  NODE* newNode() noexcept {
-    void* slot = pool_.Allocate();
-    return slot != nullptr ? new (slot) NODE : nullptr;
-  }
-  /// Destroys node and its subtree, bottom-up, and gives their slots back to the pool.
+  /// A new node (black, no links) from MxObject's operator new; null when out of memory.
+  static NODE* newNode() noexcept { return new NODE; }
+  /// Destroys node and its subtree, bottom-up, returning their memory to the heap.
   void destroyNode(NODE* node) noexcept;
   /// A new entry of the given colour with a new black right leaf, and a new left leaf too
   /// when bothLeaves is true; null when out of memory.
@@ -249,8 +247,6 @@ class MxMap : public IMapBase<K, V>, public MxContainerHash<K, V> {
   int state_ = 0;           ///< iteration phase: 0 descending, 1 left subtree done while a
                             /// right subtree is to come, 3 ascending, 4 the single entry of
                             /// a one-entry map answered
-  detail::NodePool pool_{sizeof(NODE)};  ///< where the nodes live
-  static_assert(alignof(NODE) <= 64, "nodes start on cache-line boundaries");
 };
 
 // ---- Implementation ----------------------------------------------------------------------
@@ -417,7 +413,6 @@ bool MxMap<K, V>::AddEntry(const K& key, const V& value) {
 template <typename K, typename V>
 void MxMap<K, V>::DestroyTree() {
   if (root_ != nullptr) destroyNode(root_);
-  pool_.ReleaseAll();
   root_ = nullptr;
   count_ = 0;
   cursor_ = nullptr;
@@ -708,8 +703,7 @@ void MxMap<K, V>::destroyNode(NODE* node) noexcept {
     } else {
       NODE* parent = n->parent;
       const bool done = n == node;
-      n->~NODE();
-      pool_.Release(n);
+      delete n;
       if (done) return;
       n = parent;
     }
@@ -769,10 +763,7 @@ typename MxMap<K, V>::NODE* MxMap<K, V>::removeEntry(NODE* z) {
   NODE* standing = DeleteNode(z, &removedColour);
   DeleteFixup(standing, removedColour);
   if (count_ != 0) --count_;
-  if (root_ == nullptr) {
-    count_ = 0;
-    pool_.ReleaseAll();  // the last entry is gone, and with it every node
-  }
+  if (root_ == nullptr) count_ = 0;
   return standing;
 }
 

@@ -2,7 +2,8 @@
 // system's error texts.
 //
 // The registry is made on first use and destroyed when the library is unloaded (or, for a
-// library that stays loaded, when the process ends), so an unload leaves nothing allocated.
+// library that stays loaded, when the process ends, after the host's static objects), so an
+// unload leaves nothing allocated and a host's static destructor still finds its codes.
 #include <mlib/exceptions.h>
 #include <mlib/syncMap.h>
 
@@ -36,27 +37,34 @@ constexpr BuiltInEntry kBuiltInEntries[] = {
 
 constexpr char kUnknownException[] = "unknown exception";
 
-// Cleared, for good, when the registry is destroyed. Constant-initialised and trivially
+// Set, for good, when the registry is destroyed. Constant-initialised and trivially
 // destructible, so it can be read at any moment of the process's end.
-std::atomic<bool> registryAlive{false};
+std::atomic<bool> registryGone{false};
 
-// The registry itself. A function-local static of this type is made by exactly one thread,
-// however many arrive at once, and is destroyed with the library's other statics: by dlclose
-// or FreeLibrary, or at the end of the process.
-struct RegistryHolder {
-  RegistryHolder() { registryAlive = true; }
-  ~RegistryHolder() { registryAlive = false; }
-  Registry map;
-};
+// The registry, once made; destroyed by the platform at the library's end.
+Registry* madeRegistry = nullptr;
+
+void destroyRegistry() noexcept {
+  registryGone = true;
+  delete madeRegistry;
+  madeRegistry = nullptr;
+}
 
 }  // namespace
 
 SyncMap<int, String>& MxException::GetExceptionMap() {
-  static RegistryHolder holder;
-  if (registryAlive) return holder.map;
-  // Reached after the registry was destroyed: only while the process ends, from a host's
-  // static destructor that runs after the library's. It gets a registry that lives until the
-  // process is gone (made once, whichever thread comes first) rather than a destroyed one.
+  // Made by exactly one thread, however many arrive at once. Not a static object: static
+  // objects go in the reverse order of their making, so one made at first use would go
+  // before a host's static object made earlier, whose destructor may still ask for texts.
+  static Registry* const made = [] {
+    madeRegistry = new Registry();
+    platform::atLibraryEnd(&destroyRegistry);
+    return madeRegistry;
+  }();
+  if (!registryGone) return *made;
+  // Reached after the library's end, from code that runs later still while the process
+  // ends: it gets a registry that lives until the process is gone (made once, whichever
+  // thread comes first) rather than a destroyed one.
   static Registry* const lateRegistry = new Registry();
   return *lateRegistry;
 }

@@ -10,6 +10,7 @@
 #include "platform/codePage.h"
 #include "platform/errorText.h"
 #include "platform/file.h"
+#include "platform/lifetime.h"
 #include "platform/process.h"
 #include "platform/socket.h"
 #include "platform/sync.h"

@@ -1,7 +1,10 @@
-// MxList: adding, indexed access, the cursor, removal, copying and printing.
+// MxList against a vector model under random operations, its nodes counted as MxObject's
+// operators make and free them; the cursor, element types, copies and printing.
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
 
+#include <algorithm>
+#include <random>
 #include <vector>
 
 #include "container/containerTestUtil.h"
@@ -9,135 +12,110 @@
 namespace mlib {
 namespace {
 
+struct Counted {  // an element whose list nodes count themselves
+  int v = 0;
+  bool operator==(const Counted& other) const { return v == other.v; }
+};
+int liveNodes = 0;
+
+}  // namespace
+
+// Counted's node: the list's record with its allocation operators counting.
+template <>
+struct IListBase<Counted>::NODE : public MxObject {
+  static void* operator new(std::size_t n) noexcept {
+    return ++liveNodes, MxObject::operator new(n);
+  }
+  static void operator delete(void* p) noexcept { --liveNodes, MxObject::operator delete(p); }
+  Counted data{};
+  NODE *prev = nullptr, *next = nullptr;
+};
+
+namespace {
+
 using testing::Text;
 using testing::TextOf;
-using Ints = std::vector<int>;
 
-Ints Contents(MxList<int>& list) {
-  Ints values;
-  for (int* p = list.GetFirstPtr(); p != nullptr; p = list.GetNextPtr()) values.push_back(*p);
-  return values;
-}
-
-MxList<int> ListOf(std::initializer_list<int> values) {
-  MxList<int> list;
-  for (int v : values) list.AddTail(v);
-  return list;
-}
-
-TEST(MxList, AddingAndInserting) {
-  MxList<int> list;
-  EXPECT_TRUE(list.AddHead(1));
-  EXPECT_TRUE(list.AddTail(2));
-  EXPECT_EQ(list.GetCount(), 2u);
-  EXPECT_EQ(*list.GetTailPtr(), 2);
-  EXPECT_TRUE(list.InsertAt(2, 3)) << "index == count appends";
-  EXPECT_FALSE(list.InsertAt(4, 9)) << "index == count + 1 changes nothing";
-  EXPECT_TRUE(list.InsertAt(0, 0));
-  EXPECT_TRUE(list.InsertAt(2, 15));
-  EXPECT_TRUE(list.InsertNode(list.GetNodeAt(0), true, -1)) << "before the first node";
-  EXPECT_EQ(Contents(list), (Ints{-1, 0, 1, 15, 2, 3}));
-
-  MxList<int> empty;
-  EXPECT_TRUE(empty.InsertAt(0, 7));
-  EXPECT_EQ(empty.GetHeadPtr(), empty.GetTailPtr());
-}
-
-TEST(MxList, OutOfRangeIndexesChangeNothing) {
-  MxList<int> list = ListOf({10, 20, 30});
-  int out = 99;
-  EXPECT_FALSE(list.RemoveAt(static_cast<unsigned>(-1)));
-  EXPECT_FALSE(list.RemoveAt(3));
-  EXPECT_EQ(list.GetAtPtr(-1), nullptr);
-  EXPECT_EQ(list.GetAtPtr(3), nullptr);
-  EXPECT_FALSE(list.GetAt(3, out));
-  EXPECT_EQ(out, 99);
-  EXPECT_TRUE(list.GetAt(2, out, true));
-  EXPECT_EQ(out, 30);
-  EXPECT_EQ(*list.GetAtPtr(1), 20);
-  EXPECT_EQ(Contents(list), (Ints{10, 20}));
+TEST(MxList, MatchesAVectorAndEveryRemovalFreesItsNode) {
+  std::mt19937 random(5);
+  MxList<Counted> list;
+  std::vector<int> model;
+  for (int step = 0; step < 6000; ++step) {
+    const int op = static_cast<int>(random() % 8), n = static_cast<int>(model.size());
+    const int at = static_cast<int>(random() % (n + 3)) - 1, remove = step % 2;
+    const bool inRange = at >= 0 && at < n;
+    const Counted c{static_cast<int>(random() % 20)};
+    const auto found = std::find(model.begin(), model.end(), c.v);
+    const int foundAt = found != model.end() ? static_cast<int>(found - model.begin()) : -1;
+    Counted out{c.v};
+    const int wantOut = op == 4 && inRange ? model[at] : c.v;
+    bool got = true, want = true;
+    if (op == 0) got = list.AddHead(c), model.insert(model.begin(), c.v);
+    if (op == 1) got = list.AddTail(c), model.push_back(c.v);
+    if (op == 2) got = list.InsertAt(static_cast<unsigned>(at), c), want = at >= 0 && at <= n;
+    if (op == 2 && want) model.insert(model.begin() + at, c.v);
+    if (op == 3) got = list.RemoveAt(static_cast<unsigned>(at)), want = inRange;
+    if (op == 4) got = list.GetAt(at, out, remove), want = inRange;
+    if ((op == 3 || (op == 4 && remove)) && inRange) model.erase(model.begin() + at);
+    if (op == 5) got = list.Remove(c), want = foundAt >= 0;
+    if (op == 6) got = list.IndexOf(out, true) == foundAt;
+    if ((op == 5 || op == 6) && foundAt >= 0) model.erase(found);
+    if (op == 7) list.Update(Counted{100 + c.v}, at);
+    if (op == 7 && inRange) model[at] = 100 + c.v;
+    ASSERT_EQ(got, want) << "operation " << op << " at " << at << ", step " << step;
+    ASSERT_EQ(out.v, wantOut) << "operation " << op << ", step " << step;
+    std::vector<int> contents;
+    for (Counted* p = list.GetFirstPtr(); p != nullptr; p = list.GetNextPtr()) {
+      contents.push_back(p->v);
+    }
+    ASSERT_EQ(contents, model) << "operation " << op << ", step " << step;
+    ASSERT_EQ(list.GetCount(), model.size());
+    ASSERT_EQ(liveNodes, static_cast<int>(model.size())) << "nodes held after step " << step;
+  }
+  list.RemoveAll();
+  EXPECT_EQ(liveNodes, 0);
 }
 
 TEST(MxList, CursorWalksAndRemoveCurrent) {
-  MxList<int> list = ListOf({1, 2, 3, 4});
-  Ints forward;
-  Ints backward;
+  MxList<int> list;
+  for (int v : {1, 2, 3, 4}) list.AddTail(v);
+  std::vector<int> walked;
   int v = 0;
-  for (bool ok = list.GetFirst(v); ok; ok = list.GetNext(v)) forward.push_back(v);
+  for (bool ok = list.GetFirst(v); ok; ok = list.GetNext(v)) walked.push_back(v);
   EXPECT_FALSE(list.GetNext(v)) << "stays off the end until placed again";
-  for (bool ok = list.GetLast(v); ok; ok = list.GetPrev(v)) backward.push_back(v);
-  EXPECT_EQ(forward, (Ints{1, 2, 3, 4}));
-  EXPECT_EQ(backward, (Ints{4, 3, 2, 1}));
-
+  for (bool ok = list.GetLast(v); ok; ok = list.GetPrev(v)) walked.push_back(v);
+  EXPECT_EQ(walked, (std::vector<int>{1, 2, 3, 4, 4, 3, 2, 1}));
   EXPECT_FALSE(list.RemoveCurrent(true)) << "the walk ran off the start";
-  ASSERT_TRUE(list.GetFirst(v));
-  ASSERT_TRUE(list.RemoveCurrent(true));  // removes 1, cursor on 2
-  ASSERT_TRUE(list.GetNext(v));
-  EXPECT_EQ(v, 3);
-  ASSERT_TRUE(list.GetLast(v));
-  ASSERT_TRUE(list.RemoveCurrent(false));  // removes 4, cursor on 3
-  ASSERT_TRUE(list.GetPrev(v));
-  EXPECT_EQ(v, 2);
+  ASSERT_TRUE(list.GetFirst(v) && list.RemoveCurrent(true) && list.GetNext(v));
+  EXPECT_EQ(v, 3) << "removing 1 left the cursor on 2";
+  ASSERT_TRUE(list.GetLast(v) && list.RemoveCurrent(false) && list.GetPrev(v));
+  EXPECT_EQ(v, 2) << "removing 4 left the cursor on 3";
   EXPECT_TRUE(list.Remove(2));  // the cursor's node, removed another way
   EXPECT_FALSE(list.GetNext(v)) << "cursor cleared, never left on the destroyed node";
-  EXPECT_EQ(Contents(list), (Ints{3}));
-}
-
-TEST(MxList, FindingByValue) {
-  MxList<int> list = ListOf({5, 6, 7, 6});
   int index = 77;
   EXPECT_EQ(MxList<int>().FindNode(5, &index), nullptr);
   EXPECT_EQ(index, 77) << "an empty list leaves the index untouched";
-  EXPECT_EQ(list.FindNode(9, &index), nullptr);
-  EXPECT_EQ(index, -1);
-  int missing = 42;
-  EXPECT_EQ(list.IndexOf(missing), -1);
-  EXPECT_EQ(missing, 42);
-  int six = 6;
-  EXPECT_EQ(list.IndexOf(six, true), 1);
-  EXPECT_EQ(list.FindPtr(6), list.GetTailPtr());
-  list.Update(70, 1);
-  EXPECT_TRUE(list.Remove(6));
-  EXPECT_FALSE(list.Contains(6));
-  EXPECT_EQ(Contents(list), (Ints{5, 70}));
-  int out = 0;
-  EXPECT_TRUE(list.GetTail(out, true));
-  EXPECT_TRUE(list.GetHead(out, true));
-  EXPECT_EQ(out, 5);
-  EXPECT_FALSE(list.GetHead(out));
+  EXPECT_EQ(TextOf(list.PrintToString()), Text(MLIB_T("3 ")));
 }
 
-TEST(MxList, EqualityAndCopiesFollowTheElementType) {
+TEST(MxList, ElementTypesCopiesAndPrinting) {
   MxList<MxMap<int, String>::LineData> records;
   records.AddTail(MxMap<int, String>::LineData());
   EXPECT_FALSE(records.Contains(*records.GetHeadPtr())) << "records never compare equal";
-
-  // Lists are MxObjects: compared by identity, stored as deep copies.
-  MxList<MxList<int>> lists;
-  MxList<int> inner = ListOf({1, 2});
-  lists.AddTail(inner);
-  inner.AddTail(3);
-  EXPECT_EQ(Contents(*lists.GetHeadPtr()), (Ints{1, 2}));
-  EXPECT_FALSE(lists.Contains(inner));
-
-  MxList<int> target = ListOf({9});
+  MxList<MxList<int>> lists;  // lists are MxObjects: compared by identity, deep copies
+  MxList<int> inner, target;
   int v = 0;
-  target.GetFirst(v);
-  target = inner;
+  inner.AddTail(1), lists.AddTail(inner), inner.AddTail(-2);
+  EXPECT_EQ(TextOf(lists.GetHeadPtr()->PrintToString()), Text(MLIB_T("1 ")));
+  EXPECT_FALSE(lists.Contains(inner));
+  target.AddTail(9), target.GetFirst(v), target = inner;
   EXPECT_FALSE(target.GetNext(v)) << "assignment clears the cursor";
-  EXPECT_EQ(Contents(target), (Ints{1, 2, 3}));
-}
-
-TEST(MxList, PrintToString) {
-  EXPECT_EQ(TextOf(ListOf({1, -2, 3}).PrintToString()), Text(MLIB_T("1 -2 3 ")));
-  const String empty = MxList<int>().PrintToString();
-  EXPECT_TRUE(empty.IsEmpty() && !empty.IsNull());
+  EXPECT_EQ(TextOf(target.PrintToString()), Text(MLIB_T("1 -2 ")));
+  EXPECT_TRUE(MxList<int>().PrintToString().IsEmpty() && !MxList<int>().PrintToString().IsNull());
   MxList<String> texts;
-  texts.AddTail(String(MLIB_T("a")));
-  texts.AddTail(String());
-  texts.AddTail(String(MLIB_T("bc")));
+  for (const String& s : {String(MLIB_T("a")), String(), String(MLIB_T("bc"))}) texts.AddTail(s);
   EXPECT_EQ(TextOf(texts.PrintToString()), Text(MLIB_T("a  bc ")));
-  EXPECT_EQ(TextOf(MxList<MxList<int>>().PrintToString()), testing::kObjectText);
+  EXPECT_EQ(TextOf(lists.PrintToString()), testing::kObjectText);
 }
 
 }  // namespace
