@@ -139,6 +139,8 @@ TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
                    {-7, 2, -4},
                    {5, 3, 2},
                    {1, 3, 0},
+                   {1, 2, 1},  // quotients below 1 round too
+                   {-1, 2, -1},
                    {9, 0, 0},
                    {-5, -2, 3},
                    {5, -2, -3},
@@ -162,7 +164,7 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
               std::filesystem::exists(dir / "mlib_text_tests.exe"))
       << utf8;
   // A short room cuts the path first, then after its last separator.
-  for (int capacity : {2, 4, 9, static_cast<int>(text.size()) + 1}) {
+  for (int capacity : {1, 2, 4, 9, static_cast<int>(text.size()) + 1}) {
     WideString want = text.substr(0, static_cast<std::size_t>(capacity) - 1);
     const std::size_t cut = want.find_last_of(text.back());
     if (cut != WideString::npos) want.resize(cut + 1);  // without a separator it stays whole
