@@ -438,7 +438,8 @@ TEST(CodePage, AnsiSettingIsSafeAcrossThreads) {
     threads.emplace_back([t, &wrong] {
       for (int i = 0; i < 2000; ++i) {
         wrong += !setAnsiCodePage((i + t) % 2 == 0 ? 936 : 1252);
-        wrong += ansiCodePage() != 936 && ansiCodePage() != 1252;
+        const unsigned now = ansiCodePage();  // once: another thread may change it between reads
+        wrong += now != 936 && now != 1252;
         // Whichever page is current, 'A' stays 'A'.
         WideChar unit[2] = {};
         wrong += multiByteToWide(kAnsiCodePage, "A", -1, unit, 2) != 2 || unit[0] != 'A';
