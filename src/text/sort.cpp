@@ -19,12 +19,20 @@
 //   exactly that), so it is finished with one comparison.
 // - Where values are in no order, the partition finds its swaps a block at a time (see
 //   partition below): the same swaps, in the same order.
+// - Scans that run far (values in order) read four values a step; where both scans stop at
+//   once eight times running (values reversed, all equal), the eight swaps are made as two
+//   reversed blocks: again the same swaps.
 #include <mlib/text.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <utility>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#define MLIB_SORT_SSE2 1
+#endif
 
 namespace {
 
@@ -77,6 +85,71 @@ class PendingRanges {
 // r of the steps: 0 to 32767, also where the C library's rand() goes further.
 inline std::ptrdiff_t draw() noexcept { return std::rand() % 32768; }
 
+// The upward scan of the steps from i: the first position whose value is not below the
+// pivot. One is sure to come (see partition); `last` only bounds how far ahead the vector
+// loop may read, four values at a time, for scans that run far (values in order).
+inline std::ptrdiff_t scanUp(const int* a, std::ptrdiff_t i, int pivot,
+                             std::ptrdiff_t last) noexcept {
+  if (a[i] >= pivot) return i;
+#if defined(MLIB_SORT_SSE2)
+  const __m128i p = _mm_set1_epi32(pivot);
+  for (++i; i + 3 <= last; i += 4) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
+    const int below = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(v, p)));
+    if (below != 0xF) return i + __builtin_ctz(static_cast<unsigned>(~below));
+  }
+#endif
+  while (a[i] < pivot) ++i;
+  return i;
+}
+
+// The downward scan from j: the last position whose value is not above the pivot, read
+// back to `first` at most by the vector loop.
+inline std::ptrdiff_t scanDown(const int* a, std::ptrdiff_t j, int pivot,
+                               std::ptrdiff_t first) noexcept {
+  if (a[j] <= pivot) return j;
+#if defined(MLIB_SORT_SSE2)
+  const __m128i p = _mm_set1_epi32(pivot);
+  for (--j; j - 3 >= first; j -= 4) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + j - 3));
+    const int above = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(v, p)));
+    if (above != 0xF) return j - 3 + (31 - __builtin_clz(static_cast<unsigned>(~above) & 0xF));
+  }
+#endif
+  while (a[j] > pivot) --j;
+  return j;
+}
+
+// Where both scans stop at once eight times in a row (values in reverse order, all equal),
+// the steps swap a[i + k] with a[j - k] for k = 0 to 7: both ends of eight values reversed
+// into each other. True when a[i..i+7] are all not below the pivot, a[j-7..j] all not above
+// it and the two blocks do not meet; the swaps are then made.
+inline bool swapMirroredEight(int* a, std::ptrdiff_t i, std::ptrdiff_t j, int pivot) noexcept {
+  if (j - i < 15) return false;
+#if defined(MLIB_SORT_SSE2)
+  const __m128i p = _mm_set1_epi32(pivot);
+  auto* left = reinterpret_cast<__m128i*>(a + i);
+  auto* right = reinterpret_cast<__m128i*>(a + j - 7);
+  const __m128i l0 = _mm_loadu_si128(left), l1 = _mm_loadu_si128(left + 1);
+  const __m128i r0 = _mm_loadu_si128(right), r1 = _mm_loadu_si128(right + 1);
+  const __m128i stops = _mm_or_si128(_mm_or_si128(_mm_cmplt_epi32(l0, p), _mm_cmplt_epi32(l1, p)),
+                                     _mm_or_si128(_mm_cmpgt_epi32(r0, p), _mm_cmpgt_epi32(r1, p)));
+  if (_mm_movemask_epi8(stops) != 0) return false;
+  constexpr int kReverse = _MM_SHUFFLE(0, 1, 2, 3);
+  _mm_storeu_si128(left, _mm_shuffle_epi32(r1, kReverse));
+  _mm_storeu_si128(left + 1, _mm_shuffle_epi32(r0, kReverse));
+  _mm_storeu_si128(right, _mm_shuffle_epi32(l1, kReverse));
+  _mm_storeu_si128(right + 1, _mm_shuffle_epi32(l0, kReverse));
+  return true;
+#else
+  for (int k = 0; k < 8; ++k) {
+    if (a[i + k] < pivot || a[j - k] > pivot) return false;
+  }
+  for (int k = 0; k < 8; ++k) std::swap(a[i + k], a[j - k]);
+  return true;
+#endif
+}
+
 // Hoare's partition of a[i..j] around pivot, the scans and swaps of the steps; i and j end
 // where the steps leave them. Its swaps pair the k-th value from the left that is not below
 // the pivot with the k-th value from the right that is not above it, for as long as the
@@ -89,6 +162,7 @@ void partition(int* a, int pivot, std::ptrdiff_t& iOut, std::ptrdiff_t& jOut) no
   constexpr int kBlock = 64;
   std::ptrdiff_t i = iOut;
   std::ptrdiff_t j = jOut;
+  const std::ptrdiff_t lo = i, hi = j;  // the vector scans read no further
   // The first swaps by the scans themselves. Where the scans stop at once every time (values
   // in reverse order, all equal) or run far (values in order), their branches are foreseen
   // and they are fastest, so they do the rest; where they stop after a few steps, now one
@@ -96,8 +170,8 @@ void partition(int* a, int pivot, std::ptrdiff_t& iOut, std::ptrdiff_t& jOut) no
   int shortScans = 0;
   for (int swaps = 0; swaps < 8; ++swaps) {
     const std::ptrdiff_t i0 = i, j0 = j;
-    while (a[i] < pivot) ++i;
-    while (a[j] > pivot) --j;
+    i = scanUp(a, i, pivot, hi);
+    j = scanDown(a, j, pivot, lo);
     shortScans += (i - i0 > 0 && i - i0 <= 8) + (j0 - j > 0 && j0 - j <= 8);
     if (i <= j) std::swap(a[i++], a[j--]);
     if (i > j) break;
@@ -145,8 +219,12 @@ void partition(int* a, int pivot, std::ptrdiff_t& iOut, std::ptrdiff_t& jOut) no
   // pivot's own position stops both scans; after a swap at (i, j), the value left at j stops
   // the next upward scan and the one left at i the next downward one.
   while (i <= j) {
-    while (a[i] < pivot) ++i;
-    while (a[j] > pivot) --j;
+    while (swapMirroredEight(a, i, j, pivot)) {
+      i += 8;
+      j -= 8;
+    }
+    i = scanUp(a, i, pivot, hi);
+    j = scanDown(a, j, pivot, lo);
     if (i <= j) std::swap(a[i++], a[j--]);
   }
   iOut = i;
