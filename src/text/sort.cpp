@@ -19,7 +19,7 @@
 //   exactly that), so it is finished with one comparison.
 // - Where values are in no order, the partition finds its swaps a block at a time (see
 //   partition below): the same swaps, in the same order.
-// - Scans that run far (values in order) read four values a step; where both scans stop at
+// - Scans that run far (values in order) read eight values a step; where both scans stop at
 //   once eight times running (values reversed, all equal), the eight swaps are made as two
 //   reversed blocks: again the same swaps.
 #include <mlib/text.h>
@@ -87,16 +87,18 @@ inline std::ptrdiff_t draw() noexcept { return std::rand() % 32768; }
 
 // The upward scan of the steps from i: the first position whose value is not below the
 // pivot. One is sure to come (see partition); `last` only bounds how far ahead the vector
-// loop may read, four values at a time, for scans that run far (values in order).
+// loop may read, eight values at a time, for scans that run far (values in order).
 inline std::ptrdiff_t scanUp(const int* a, std::ptrdiff_t i, int pivot,
                              std::ptrdiff_t last) noexcept {
   if (a[i] >= pivot) return i;
 #if defined(MLIB_SORT_SSE2)
   const __m128i p = _mm_set1_epi32(pivot);
-  for (++i; i + 3 <= last; i += 4) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
-    const int below = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(v, p)));
-    if (below != 0xF) return i + __builtin_ctz(static_cast<unsigned>(~below));
+  for (++i; i + 7 <= last; i += 8) {
+    const auto* v = reinterpret_cast<const __m128i*>(a + i);
+    const int below = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(_mm_loadu_si128(v), p))) |
+                      _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(_mm_loadu_si128(v + 1), p)))
+                          << 4;
+    if (below != 0xFF) return i + __builtin_ctz(static_cast<unsigned>(~below));
   }
 #endif
   while (a[i] < pivot) ++i;
@@ -110,10 +112,12 @@ inline std::ptrdiff_t scanDown(const int* a, std::ptrdiff_t j, int pivot,
   if (a[j] <= pivot) return j;
 #if defined(MLIB_SORT_SSE2)
   const __m128i p = _mm_set1_epi32(pivot);
-  for (--j; j - 3 >= first; j -= 4) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + j - 3));
-    const int above = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(v, p)));
-    if (above != 0xF) return j - 3 + (31 - __builtin_clz(static_cast<unsigned>(~above) & 0xF));
+  for (--j; j - 7 >= first; j -= 8) {
+    const auto* v = reinterpret_cast<const __m128i*>(a + j - 7);
+    const int above = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(_mm_loadu_si128(v), p))) |
+                      _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(_mm_loadu_si128(v + 1), p)))
+                          << 4;
+    if (above != 0xFF) return j - 7 + (31 - __builtin_clz(static_cast<unsigned>(~above) & 0xFF));
   }
 #endif
   while (a[j] > pivot) --j;
@@ -245,7 +249,8 @@ void QuickSort(int* values, int lo, int hi) {
         if (a[range.lo] > a[range.hi]) std::swap(a[range.lo], a[range.hi]);
         break;
       }
-      const int pivot = a[range.lo + draw() % (range.hi - range.lo + 1)];
+      const std::ptrdiff_t r = draw(), width = range.hi - range.lo + 1;
+      const int pivot = a[range.lo + (r < width ? r : r % width)];
       std::ptrdiff_t i = range.lo;
       std::ptrdiff_t j = range.hi;
       partition(a, pivot, i, j);
