@@ -17,11 +17,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <deque>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -59,6 +59,9 @@ struct FileTable {
   std::mutex mutex;
   std::vector<PosixFile*> files;   // overlapped handles: share reading only
   std::vector<PosixFile> streams;  // buffered streams (fd = the stream's): share everything
+  // Counts the handles taken out of `files`; a thread's copy of a record found while it had
+  // one value stays good for as long as it keeps that value (records never change).
+  std::atomic<std::uint64_t> closings{0};
 };
 
 FileTable& fileTable() noexcept {
@@ -73,13 +76,31 @@ PosixFile* findLocked(const FileTable& table, FileHandle file) noexcept {
   return it == table.files.end() ? nullptr : *it;
 }
 
-// A copy of the open handle's record, so no lock is held during the transfer.
+// The handle this thread looked up last, with a copy of its record and the table's count of
+// closings when it was found there.
+struct LastLookUp {
+  FileHandle file;
+  std::uint64_t closings;
+  PosixFile record;
+};
+thread_local LastLookUp tLastLookUp{};
+
+// A copy of the open handle's record, so no lock is held during the transfer. A thread that
+// asks again for the handle it asked for last, with no handle closed in between, takes its own
+// copy without the lock: a request makes three look-ups (Seek's size, the transfer, the wait).
 bool lookUp(FileHandle file, PosixFile* out) noexcept {
   FileTable& table = fileTable();
+  LastLookUp& last = tLastLookUp;
+  if (file != nullptr && file == last.file &&
+      table.closings.load(std::memory_order_acquire) == last.closings) {
+    *out = last.record;
+    return true;
+  }
   const std::lock_guard<std::mutex> lock(table.mutex);
   const PosixFile* found = findLocked(table, file);
   if (found == nullptr) return false;
   *out = *found;
+  last = LastLookUp{file, table.closings.load(std::memory_order_relaxed), *found};
   return true;
 }
 
@@ -115,21 +136,32 @@ struct QueuedCompletion {
   IoOverlapped* overlapped;
 };
 
-std::deque<QueuedCompletion>& completionQueue() noexcept {
-  thread_local std::deque<QueuedCompletion> queue;
+// The thread's completions in the order they were queued: entries from `next` on are still to
+// run. The storage is kept when the queue empties, so a thread allocates only while its queue
+// grows past its longest yet (one entry, unless callbacks queue requests of their own).
+struct CompletionQueue {
+  std::vector<QueuedCompletion> entries;
+  std::size_t next = 0;
+};
+
+CompletionQueue& completionQueue() noexcept {
+  thread_local CompletionQueue queue;
   return queue;
 }
 
-// Runs the queued routines, those queued meanwhile by the routines themselves included.
-// True when at least one ran.
+// Runs the queued routines, those queued meanwhile by the routines themselves included (a
+// routine may also run the queue itself, from a wait of its own). True when at least one ran.
 bool runQueue() noexcept {
-  std::deque<QueuedCompletion>& queue = completionQueue();
-  if (queue.empty()) return false;
-  while (!queue.empty()) {
-    const QueuedCompletion next = queue.front();
-    queue.pop_front();
-    next.routine(next.errorCode, next.byteCount, next.overlapped);
-  }
+  CompletionQueue& queue = completionQueue();
+  if (queue.next == queue.entries.size()) return false;
+  do {
+    const QueuedCompletion due = queue.entries[queue.next++];
+    if (queue.next == queue.entries.size()) {
+      queue.entries.clear();
+      queue.next = 0;
+    }
+    due.routine(due.errorCode, due.byteCount, due.overlapped);
+  } while (queue.next != queue.entries.size());
   return true;
 }
 
@@ -204,7 +236,7 @@ bool queueCompletion(CompletionRoutine routine, const Transfer& done,
   overlapped->internal = static_cast<std::uintptr_t>(done.error);
   overlapped->internalHigh = done.byteCount;
   try {
-    completionQueue().push_back(
+    completionQueue().entries.push_back(
         {routine, static_cast<unsigned long>(done.error), done.byteCount, overlapped});
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;
@@ -533,6 +565,7 @@ bool closeFile(FileHandle file) noexcept {
       return false;
     }
     table.files.erase(std::find(table.files.begin(), table.files.end(), record));
+    table.closings.fetch_add(1, std::memory_order_release);
   }
   // A failing close (EIO from a network file system, say) may have lost written data: its
   // error is the result. The descriptor is gone either way, so it is never closed again.
