@@ -29,6 +29,7 @@
 #include <thread>
 #include <vector>
 
+#include "byteContent.h"
 #include "file/tempFiles.h"
 
 #define MLIB_INTERPOSE(result, name, params, args)                                        \
@@ -180,9 +181,7 @@ void runRow(MxFile& file, const IoRow& row) {
   if (row.op == 'r') {
     EXPECT_EQ(std::string(buffer, got), kOriginal.substr(0, got));
   }
-  const std::string wholeText(reinterpret_cast<const char*>(whole.GetData()),
-                              static_cast<std::size_t>(whole.GetLength()));
-  EXPECT_EQ(wholeText, kOriginal.substr(0, row.op == 'b' ? result : 0));
+  EXPECT_EQ(mlib::test::content(whole), kOriginal.substr(0, row.op == 'b' ? result : 0));
   // What a write reported is there, and no more; data goes missing only with a failure
   // reported (a failed fclose, as injected, writes nothing).
   file.Close();

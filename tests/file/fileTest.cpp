@@ -117,7 +117,7 @@ TEST_F(Files, ModesOpenCreateTruncateOrRefuseAlike) {
       EXPECT_TRUE(!after || exists == (overlapped && r.mode >= 3));
       EXPECT_EQ(std::string(file.path_.toAnsi()), dir_.path("ten"));
       EXPECT_EQ(file.mode_, kept);
-      platform::setLastError(0);  // not "already exists": see AStaleLastErrorDecidesTheResult
+      platform::setLastError(0);  // not "already exists": see OverlappedCompletionsAndTheLastError
       EXPECT_EQ(file.Write("AB", 2), r.mode == 0 || !after ? 0u : overlapped ? 1u : 2u);
       const bool reads = after != nullptr && !(overlapped && r.mode == 1);  // 1: write only
       Byte whole;
@@ -173,34 +173,6 @@ TEST_F(Files, ShareModesAdmitWhatEveryHolderAndTheOpenerShare) {
   EXPECT_TRUE(reader.Open(ten_, 0));
 }
 
-TEST_F(Files, AStaleLastErrorDecidesTheResultNotTheDelivery) {
-  // Open in mode 3 or 4 of an existing file leaves "already exists" as the last error. On
-  // Windows a successful request leaves it there, and Read and Write then return 0 although
-  // the request runs: its completion comes at the next alertable wait (here Close). The POSIX
-  // layer clears errno when it accepts a request, so there the request goes through.
-#if defined(MLIB_TEST_WIN32_BACKEND)
-  const unsigned kAfterStaleError = 0;
-#else
-  const unsigned kAfterStaleError = 1;
-#endif
-  for (int mode : {3, 4}) {
-    SCOPED_TRACE("mode " + std::to_string(mode));
-    SetUp();
-    MxAsyncFile file;
-    ASSERT_TRUE(file.Open(dir_.put("ten"), mode));
-    file.SetCallBackWrite(onWrite);
-    file.SetCallBackRead(onRead);
-    ASSERT_EQ(platform::lastError(), platform::kErrorAlreadyExists);
-    char byte = 0;
-    EXPECT_EQ(file.Write("w", 1) + file.Read(&byte, 1), 2 * kAfterStaleError);
-    EXPECT_EQ(gWrites.size() + gReads.size(), 2 * kAfterStaleError);
-    file.Close();
-    EXPECT_EQ(gWrites, std::vector<Completion>({{&file, 1, 0}})) << "delivered once, by Close";
-    EXPECT_EQ(gReads, std::vector<Completion>({{&file, 1, 0}}));
-    EXPECT_EQ(byte, 'w');
-  }
-}
-
 TEST_F(Files, ReadsAndWritesHappenAtThePositionWithoutMovingIt) {
   const auto check = [&](auto& file) {
     const bool overlapped = file.kOverlapped;
@@ -253,6 +225,7 @@ TEST_F(Files, ReadsAndWritesHappenAtThePositionWithoutMovingIt) {
     ASSERT_TRUE(file.Open(ten_, 4) && file.Seek(3));
     EXPECT_EQ(file.Write("C", 1), 1u);
     file.Close();
+    EXPECT_EQ(file.position_, 0u) << "Close resets the position";
     EXPECT_EQ(dir_.get("ten"), overlapped ? "012Cxy6789AB" : "0123xy6789ABC")
         << "a stream in mode 4 appends whatever the position";
     ASSERT_TRUE(file.Open(dir_.put("empty", ""), 0));
@@ -307,7 +280,8 @@ TEST_F(Files, OverlappedCallbacksReopeningAndHandleCopies) {
   file.Close();  // would wait forever for a refused request left marked pending
 }
 
-TEST_F(Files, OverlappedCompletionRoutineReportsPendingRecordsOnceAndLeavesTheLastError) {
+TEST_F(Files, OverlappedCompletionsAndTheLastError) {
+  // The routine reports a pending record once, ignores idle ones and leaves the last error.
   AsyncProbe file;
   file.SetCallBackRead(onRead);
   file.SetCallBackWrite(onWrite);
@@ -321,6 +295,30 @@ TEST_F(Files, OverlappedCompletionRoutineReportsPendingRecordsOnceAndLeavesTheLa
   EXPECT_EQ(gWrites, std::vector<Completion>({{&file, 7, 112}})) << "reported once";
   EXPECT_EQ(file.writeContext_.event, MxAsyncFileWin::IoNone);
   EXPECT_EQ(platform::lastError(), 0) << "the completion's code leaked out";
+  // Open in mode 3 or 4 of an existing file leaves "already exists" as the last error. On
+  // Windows a successful request leaves it there, and Read and Write then return 0 although
+  // the request runs: its completion comes at the next alertable wait (here Close). The POSIX
+  // layer clears errno when it accepts a request, so there the request goes through.
+#if defined(MLIB_TEST_WIN32_BACKEND)
+  const unsigned kAfterStaleError = 0;
+#else
+  const unsigned kAfterStaleError = 1;
+#endif
+  for (int mode : {3, 4}) {
+    SCOPED_TRACE("mode " + std::to_string(mode));
+    SetUp();
+    ASSERT_TRUE(file.Open(dir_.put("ten"), mode));
+    file.SetCallBackWrite(onWrite);
+    file.SetCallBackRead(onRead);
+    ASSERT_EQ(platform::lastError(), platform::kErrorAlreadyExists);
+    char byte = 0;
+    EXPECT_EQ(file.Write("w", 1) + file.Read(&byte, 1), 2 * kAfterStaleError);
+    EXPECT_EQ(gWrites.size() + gReads.size(), 2 * kAfterStaleError);
+    file.Close();
+    EXPECT_EQ(gWrites, std::vector<Completion>({{&file, 1, 0}})) << "delivered once, by Close";
+    EXPECT_EQ(gReads, std::vector<Completion>({{&file, 1, 0}}));
+    EXPECT_EQ(byte, 'w');
+  }
 }
 
 namespace {
