@@ -19,6 +19,7 @@
 #include <fiu-control.h>
 #include <fiu.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
