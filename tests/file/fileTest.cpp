@@ -47,7 +47,8 @@ constexpr auto onRead = &record<gReads>;
 constexpr auto onWrite = &record<gWrites>;
 
 // A file class with its state in view. readAt: the bytes one Read delivered, by its result
-// for a stream, by its callback's count for an overlapped file ("<none>": no delivery).
+// for a stream, by its callback's count for an overlapped file ("<refused>": Read returned 0;
+// "<undelivered>": it returned 1 but no callback ran).
 template <typename File>
 class Probe : public File {
  public:
@@ -61,8 +62,8 @@ class Probe : public File {
     const std::size_t before = gReads.size();
     const unsigned got = this->Read(out.data(), count);
     if (!kOverlapped) return out.substr(0, got);
-    if (got != 1 || gReads.size() != before + 1) return "<none>";
-    return out.substr(0, gReads.back().bytes);
+    if (got != 1) return "<refused>";
+    return gReads.size() == before + 1 ? out.substr(0, gReads.back().bytes) : "<undelivered>";
   }
 };
 using FileProbe = Probe<MxFile>;
@@ -209,7 +210,7 @@ TEST_F(Files, ReadsAndWritesHappenAtThePositionWithoutMovingIt) {
     // At the end nothing is read: an overlapped request is refused, or completes (with or
     // without an end-of-file code, as the system reports it) with 0 bytes.
     const std::string atEnd = file.readAt(4);
-    EXPECT_TRUE(atEnd.empty() || (overlapped && atEnd == "<none>")) << atEnd;
+    EXPECT_TRUE(atEnd.empty() || (overlapped && atEnd == "<refused>")) << atEnd;
     file.SeekToEnd();
     EXPECT_EQ(file.position_, 10u);
     EXPECT_EQ(file.Write(Byte("AB")), two);
@@ -273,7 +274,7 @@ TEST_F(Files, OverlappedCallbacksReopeningAndHandleCopies) {
   }
   EXPECT_TRUE(file.readCallback_ == nullptr && file.path_.IsEmpty()) << "Close drops them";
   ASSERT_TRUE(file.Open(ten_, 2)) << "the copy's handle outlived the copy";
-  EXPECT_EQ(file.readAt(2), "<none>");
+  EXPECT_EQ(file.readAt(2), "<undelivered>");
   ASSERT_TRUE(file.Open(ten_, 1));
   char four[4];
   EXPECT_EQ(file.Read(four, 4), 0u) << "write access only";
