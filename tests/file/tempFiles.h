@@ -1,6 +1,6 @@
 // A fresh folder under the system's temporary folder for one test, removed with everything in
-// it afterwards, whose files the tests write and read with plain C++ streams, independently of
-// the classes under test.
+// it afterwards; its files are written and read with plain C++ streams, not the classes under
+// test.
 #ifndef MLIB_TESTS_FILE_TEMPFILES_H
 #define MLIB_TESTS_FILE_TEMPFILES_H
 
@@ -20,9 +20,8 @@ constexpr const char kDigits[] = "0123456789";
 
 class TempFolder {
  public:
-  // The name mixes a clock reading, a random draw and a counter, and a folder that already
-  // exists is never taken: test programs run in parallel (natively and under Wine, which share
-  // the temporary folder) must not share a folder by chance.
+  // Clock, random draw and counter, and never a folder that exists: programs run in parallel
+  // (natively and under Wine, which share the temporary folder) must not meet by chance.
   TempFolder() {
     static std::atomic<unsigned> counter{0};
     std::random_device random;
@@ -33,10 +32,7 @@ class TempFolder {
                std::to_string(counter++));
     } while (!std::filesystem::create_directory(root_));
   }
-  ~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root_, ignored);
-  }
+  ~TempFolder() { std::filesystem::remove_all(root_, ignored_); }
   // Path of `name` inside the folder, plain ASCII (so ANSI and UTF-8 alike).
   std::string path(const std::string& name) const { return (root_ / name).string(); }
   String text(const std::string& name) const { return String(path(name).c_str()); }
@@ -53,6 +49,7 @@ class TempFolder {
 
  private:
   std::filesystem::path root_;
+  std::error_code ignored_;
 };
 
 }  // namespace mlib::test

@@ -1,0 +1,406 @@
+// The files, the port probe and the executable's folder when the system calls under them
+// fail, one call at a time, with the errors those calls really give; and every heap
+// allocation of an operation failing in turn. After each fault the faults are switched off
+// and the file is read back: every byte a call reported written is there, no call reported
+// bytes it did not write, and both the same object and another one work again. libfiu's
+// preload library fails the C library's calls; the few it does not cover (readlink, lseek,
+// stat, fstat, fcntl) are interposed here the same way.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <mlib/containers.h>
+#include <mlib/exceptions.h>
+#include <mlib/files.h>
+#include <mlib/net.h>
+#include <mlib/text.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#define FIU_ENABLE 1
+#include <fiu-control.h>
+#include <fiu.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "byteContent.h"
+#include "file/tempFiles.h"
+
+#define MLIB_INTERPOSE(result, name, params, args)                                        \
+  extern "C" result name params noexcept {                                                \
+    static const auto real = reinterpret_cast<result(*) params>(dlsym(RTLD_NEXT, #name)); \
+    if (fiu_fail("mlib/" #name)) {                                                        \
+      errno = static_cast<int>(reinterpret_cast<std::intptr_t>(fiu_failinfo()));          \
+      return -1;                                                                          \
+    }                                                                                     \
+    return real args;                                                                     \
+  }
+MLIB_INTERPOSE(ssize_t, readlink, (const char* p, char* b, size_t n), (p, b, n))
+MLIB_INTERPOSE(off_t, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
+MLIB_INTERPOSE(int, fstat, (int fd, struct stat* st), (fd, st))
+MLIB_INTERPOSE(int, stat, (const char* p, struct stat* st), (p, st))
+MLIB_INTERPOSE(int, fcntl, (int fd, int command, long arg), (fd, command, arg))
+
+namespace {
+
+using mlib::Byte;
+using mlib::MxAsyncFile;
+using mlib::MxFile;
+using mlib::String;
+
+// The nth call of the point fails (counting from 1; a trailing '*' matches every point under
+// it, counted together), or every call when nth is 0, up to kStorm calls, so a retry loop
+// without a bound ends the test instead of hanging it.
+struct Fault {
+  const char* point;
+  int error;  // errno of the failing call
+  int nth;
+};
+constexpr int kStorm = 100000;
+
+struct Armed {
+  Fault fault;
+  int calls;
+};
+std::vector<Armed> gArmed;
+
+int decideFault(const char* name, int*, void**, unsigned*) {
+  for (Armed& a : gArmed) {
+    const std::size_t n = std::strcspn(a.fault.point, "*");
+    if (std::strncmp(a.fault.point, name, n) != 0 || (a.fault.point[n] == 0 && name[n] != 0)) {
+      continue;
+    }
+    ++a.calls;
+    return a.fault.nth == 0 ? a.calls <= kStorm : a.calls == a.fault.nth;
+  }
+  return 0;
+}
+
+// Arms the faults (room is made first: a decision never allocates).
+void arm(const std::vector<Fault>& faults) {
+  static const bool started = fiu_init(0) == 0;
+  (void)started;
+  gArmed.reserve(16);
+  srandom(7);  // libfiu shortens with random(): 3 bytes of a 10-byte read, 1 of a 26-byte write
+  for (const Fault& f : faults) {
+    gArmed.push_back({f, 0});
+    void* info = reinterpret_cast<void*>(static_cast<std::intptr_t>(f.error));
+    fiu_enable_external(f.point, 1, info, 0, decideFault);
+  }
+}
+
+// Disarms everything; returns the most calls an armed point saw.
+int disarm() {
+  int most = 0;
+  for (const Armed& a : gArmed) {
+    fiu_disable(a.fault.point);
+    most = std::max(most, a.calls);
+  }
+  gArmed.clear();
+  return most;
+}
+
+const std::string kOriginal = "0123456789";
+const std::string kData = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr int kRetryBound = 1000;  // no retry loop may make more calls than this
+
+struct Completion {
+  int calls;
+  unsigned bytes;
+  int code;
+} gDone;
+
+void record(MxAsyncFile&, unsigned bytes, mlib::MxException& e) {
+  gDone = {gDone.calls + 1, bytes, e.GetCode()};
+}
+
+// Files: 's' the stream (MxFile), 'o' the overlapped file. Ops: 'o' Open(2), 't' Open(3)
+// (truncating), 'r' Read 10 bytes, 'b' Read(Byte&), 'w' Write kData, 'f' / 'c' Flush / Close
+// after a Write of kData, 'l' GetLength, 's' Seek(4), 'd' the length of a copy
+// (MxAsyncFileWin's copy duplicates the handle).
+struct IoRow {
+  const char* files;
+  char op;
+  std::vector<Fault> faults;  // nth 0: every call fails (a storm)
+  long result;                // what the call returned
+  int error;                  // errno right after it; -1: not checked
+  int code = -1;              // overlapped file: the callback's code; -1: no callback
+};
+
+void runRow(MxFile& file, const IoRow& row) {
+  auto* const async = dynamic_cast<MxAsyncFile*>(&file);
+  SCOPED_TRACE(std::string(async ? "overlapped " : "stream ") + row.op + " " +
+               row.faults.back().point + " " + std::to_string(row.faults.back().error));
+  mlib::test::TempFolder folder;
+  const String name = folder.put("f", kOriginal);
+  if (row.op != 'o' && row.op != 't') {
+    ASSERT_TRUE(file.Open(name, 2));
+  }
+  if (async != nullptr) {
+    async->SetCallBackRead(record);
+    async->SetCallBackWrite(record);
+  }
+  if (row.op == 'f' || row.op == 'c') {
+    ASSERT_NE(file.Write(kData.data(), 26), 0u);
+  }
+  gDone = {0, 0, -1};
+  char buffer[16] = {};
+  Byte whole;
+  arm(row.faults);
+  errno = 0;
+  const long result = [&]() -> long {
+    if (row.op == 'o' || row.op == 't') return file.Open(name, row.op == 'o' ? 2 : 3);
+    if (row.op == 'r') return file.Read(buffer, 10);
+    if (row.op == 'b') return file.Read(whole);
+    if (row.op == 'w') return file.Write(kData.data(), 26);
+    if (row.op == 'f') return file.Flush();
+    if (row.op == 'c') return file.Close(), 0;
+    if (row.op == 'l') return file.GetLength();
+    if (row.op == 's') return file.Seek(4);
+    return mlib::MxAsyncFileWin(*async).GetLength();
+  }();
+  const int error = errno;
+  EXPECT_LE(disarm(), kRetryBound);
+  EXPECT_EQ(result, row.result);
+  if (row.error >= 0) {
+    EXPECT_EQ(error, row.error);
+  }
+  if ((row.op == 'o' || row.op == 't') && result == 0) {  // closed
+    EXPECT_EQ(file.GetLength(), async != nullptr ? 0xFFFFFFFFu : 0u);
+  }
+  EXPECT_EQ(gDone.calls, row.code >= 0 ? 1 : 0);
+  EXPECT_EQ(gDone.code, row.code);
+  // What a read reported is what the file holds.
+  const unsigned got = async != nullptr ? gDone.bytes : static_cast<unsigned>(result);
+  if (row.op == 'r') {
+    EXPECT_EQ(std::string(buffer, got), kOriginal.substr(0, got));
+  }
+  EXPECT_EQ(mlib::test::content(whole), kOriginal.substr(0, row.op == 'b' ? result : 0));
+  // What a write reported is there, and no more; data goes missing only with a failure
+  // reported (a failed fclose, as injected, writes nothing).
+  file.Close();
+  std::string expected = kOriginal;
+  if (row.op == 'w') expected.replace(0, std::min(got, 10u), kData, 0, got);
+  if (row.op == 'f' || row.op == 'c') expected = kData;
+  const std::string now = folder.get("f");
+  if (now != kOriginal || row.error <= 0) {
+    EXPECT_EQ(now, expected);
+  }
+  // The same object and another one work again: no stale handle refuses a writer.
+  ASSERT_TRUE(file.Open(name, 2));
+  EXPECT_EQ(file.GetLength(), now.size());
+  file.Close();
+  EXPECT_TRUE(MxAsyncFile().Open(name, 2));
+}
+
+}  // namespace
+
+TEST(IoFaults, BothFilesReportEveryFailedCall) {
+  const char* const open = "posix/io/oc/open";
+  const char* const pread = "posix/io/rw/pread";
+  const char* const pwrite = "posix/io/rw/pwrite";
+  const char* const fsync = "posix/io/sync/fsync";
+  const Fault shortRead{"posix/io/rw/pread/reduce", 0, 1};    // 3 bytes of 10
+  const Fault shortWrite{"posix/io/rw/pwrite/reduce", 0, 1};  // 1 byte of 26
+  const IoRow rows[] = {
+      {"so", 'o', {{open, ENOENT, 1}}, 0, ENOENT},
+      {"so", 'o', {{open, EACCES, 1}}, 0, EACCES},
+      {"so", 'o', {{open, EMFILE, 1}}, 0, EMFILE},
+      {"s", 'o', {{open, EINTR, 1}}, 1, -1},
+      {"so", 'o', {{open, EINTR, 0}}, 0, EINTR},
+      {"so", 'o', {{"mlib/fstat", EIO, 1}}, 0, EIO},
+      {"s", 'o', {{"posix/stdio/oc/fdopen", EMFILE, 1}}, 0, EMFILE},
+      {"o", 'o', {{"mlib/stat", EACCES, 1}}, 1, 0},  // only a hint: the open decides
+      {"so", 't', {{"posix/io/rw/ftruncate", EIO, 1}}, 0, EIO},
+      {"s", 'r', {{"posix/stdio/seek/fseek", EIO, 1}}, 0, EIO},
+      {"s", 'r', {{"posix/stdio/rw/fread", EIO, 1}}, 0, EIO},
+      {"s", 'b', {{"posix/stdio/rw/fread", EIO, 1}}, 0, EIO},
+      {"s", 'l', {{"posix/stdio/seek/ftell", EIO, 1}}, 0, EIO},
+      {"s", 's', {{"posix/stdio/seek/fseek", EIO, 1}}, 0, EIO},
+      {"s", 'w', {{"posix/stdio/rw/fwrite", ENOSPC, 1}}, 0, ENOSPC},
+      {"s", 'f', {{"posix/stdio/fflush", ENOSPC, 1}}, 0, ENOSPC},
+      {"s", 'f', {{"posix/stdio/fflush", EIO, 1}}, 0, EIO},
+      {"s", 'c', {{"posix/stdio/oc/fclose", EIO, 1}}, 0, EIO},
+      {"o", 'r', {{pread, EIO, 1}}, 0, EIO},
+      {"o", 'r', {{pread, EINTR, 1}}, 1, 0, 0},
+      {"o", 'r', {{pread, EINTR, 0}}, 0, EINTR},
+      {"o", 'r', {shortRead}, 1, 0, 0},
+      {"o", 'r', {shortRead, {pread, EIO, 2}}, 1, 0, EIO},
+      {"o", 'b', {{pread, EIO, 1}}, 0, EIO},
+      {"o", 'b', {shortRead}, 10, 0, 0},
+      {"o", 'l', {{"mlib/lseek", EIO, 1}}, 0xFFFFFFFFL, EIO},
+      {"o", 'b', {{"mlib/lseek", EIO, 1}}, 0, EIO},
+      {"o", 's', {{"mlib/lseek", EIO, 1}}, 1, EIO},  // compared with 0xFFFFFFFF
+      {"o", 'd', {{"mlib/fcntl", EMFILE, 1}}, 0xFFFFFFFFL, EMFILE},
+      {"o", 'w', {{pwrite, ENOSPC, 1}}, 0, ENOSPC},
+      {"o", 'w', {{pwrite, EIO, 1}}, 0, EIO},
+      {"o", 'w', {{pwrite, EINTR, 1}}, 1, 0, 0},
+      {"o", 'w', {{pwrite, EINTR, 0}}, 0, EINTR},
+      {"o", 'w', {shortWrite}, 1, 0, 0},
+      {"o", 'w', {shortWrite, {pwrite, ENOSPC, 2}}, 1, 0, ENOSPC},
+      {"o", 'f', {{fsync, EIO, 1}}, 0, EIO},
+      {"o", 'f', {{fsync, ENOSPC, 1}}, 0, ENOSPC},
+      {"o", 'f', {{fsync, EINTR, 0}}, 0, EINTR},
+      {"o", 'c', {{"posix/io/oc/close", EIO, 1}}, 0, EIO},
+  };
+  MxFile stream;  // each object goes through every row of its kind
+  MxAsyncFile overlapped;
+  for (const IoRow& row : rows) {
+    if (std::strchr(row.files, 's') != nullptr) runRow(stream, row);
+    if (std::strchr(row.files, 'o') != nullptr) runRow(overlapped, row);
+  }
+}
+
+TEST(IoFaults, ProbeAndExecutableFolderReportTheFailedCall) {
+  // The probe counts a failure as the port taken, and ignores its clean-up's results; the
+  // executable's folder stays empty (zero-filled) when the path cannot be read.
+  struct Row {
+    Fault fault;
+    int result;  // the probe's (port 0 always binds when nothing fails), or the folder's [0]
+    int error;
+  };
+  const Row rows[] = {
+      {{"posix/io/net/socket", EMFILE, 1}, 1, EMFILE},
+      {{"posix/io/net/socket", EACCES, 1}, 1, EACCES},
+      {{"posix/io/net/socket", EAGAIN, 1}, 1, EAGAIN},
+      {{"posix/io/net/bind", EADDRINUSE, 1}, 1, EADDRINUSE},
+      {{"posix/io/net/bind", ECONNREFUSED, 1}, 1, ECONNREFUSED},
+      {{"posix/io/net/bind", EAGAIN, 1}, 1, EAGAIN},
+      {{"posix/io/net/shutdown", ENOTCONN, 1}, 0, 0},
+      {{"posix/io/oc/close", EIO, 1}, 0, 0},
+      {{"mlib/readlink", ENOENT, 1}, 0, ENOENT},
+      {{"mlib/readlink", EACCES, 1}, 0, EACCES},
+      {{"mlib/readlink", ENAMETOOLONG, 1}, 0, ENAMETOOLONG},
+      {{"mlib/readlink", EIO, 1}, 0, EIO},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.fault.point) + " " + std::to_string(row.fault.error));
+    const bool probe = std::strstr(row.fault.point, "readlink") == nullptr;
+    mlib::WideChar folder[512] = {u'x'};
+    arm({row.fault});
+    errno = 0;
+    const int result = probe ? Net_IsPortBind(0) : GetCurrentPath(folder, 512)[0];
+    const int error = errno;
+    EXPECT_EQ(disarm(), 1);
+    EXPECT_EQ(result, row.result);
+    EXPECT_EQ(error, row.error);
+    EXPECT_EQ(probe ? Net_IsPortBind(0) : GetCurrentPath(folder, 512)[0], probe ? 0 : u'/');
+  }
+}
+
+namespace {
+
+int gNth = 0;    // the allocation that fails, counting from 1
+int gCalls = 0;  // allocations the last operation made, up to the failing one
+
+// Runs `op` with the gNth allocation failing; true when it threw std::bad_alloc.
+bool underFault(const std::function<void()>& op) {
+  arm({{"libc/mm/*", ENOMEM, gNth}});
+  bool threw = false;
+  try {
+    op();
+  } catch (const std::bad_alloc&) {
+    threw = true;
+  }
+  gCalls = disarm();
+  return threw;
+}
+
+const String kLong(u"a text longer than the one before it, so it must grow");
+
+// Open and Read(Byte&) of ten bytes: all or nothing, and the object opens again.
+template <typename File>
+bool openAndReadWhole(const String& path, bool& threw) {
+  File file;
+  Byte whole;
+  int got = -1;
+  threw = underFault([&] { got = file.Open(path, 2) ? file.Read(whole) : 0; });
+  file.Close();
+  return got == whole.GetLength() && (got == 0 || got == 10) && file.Open(path, 2);
+}
+
+}  // namespace
+
+TEST(AllocFaults, EveryAllocationOfAnOperationFailsInTurn) {
+  // The operation answers its refusal, or throws std::bad_alloc where String and the element
+  // copies of the containers do, and leaves its object as before or as after a success; it
+  // never crashes, never leaves a lock held, and works again once the heap answers. Each row
+  // answers whether its object is as before or as after; `threw` tells it which was claimed.
+  mlib::test::TempFolder folder;
+  const String path = folder.put("f");
+  struct Row {
+    const char* name;
+    bool mayThrow;
+    std::function<bool(bool& threw)> run;
+  };
+  const Row rows[] = {
+      {"String +=", true,
+       [](bool& threw) {
+         String s(u"abc");
+         threw = underFault([&] { s += kLong; });
+         return threw ? s == u"abc" : s == String(u"abc") + kLong;
+       }},
+      {"String from ANSI text", true,
+       [](bool& threw) {
+         String s;
+         threw = underFault([&] { s = String("narrow text, widened"); });
+         return threw ? s.IsNull() : s == u"narrow text, widened";
+       }},
+      {"String::toAnsi", true,
+       [](bool& threw) {
+         String s(u"wide text");
+         const char* ansi = nullptr;
+         threw = underFault([&] { ansi = s.toAnsi(); });
+         return s == u"wide text" && (threw || std::string(ansi) == "wide text");
+       }},
+      {"String::Format", true,
+       [](bool& threw) {
+         String s(u"x");
+         threw = underFault([&] { s.Format(u"%d-%s", 42, u"y"); });
+         return threw ? s == u"x" : s == u"42-y";
+       }},
+      {"MxList<String>::AddTail", true,
+       [](bool& threw) {
+         mlib::MxList<String> list;
+         list.AddTail(String(u"a"));
+         bool added = false;
+         threw = underFault([&] { added = list.AddTail(kLong); });
+         String tail;
+         return list.GetCount() == (added ? 2u : 1u) && list.GetTail(tail) &&
+                tail == (added ? kLong : String(u"a")) && list.AddTail(String(u"b"));
+       }},
+      {"SyncMap<int, String>::Add", true,
+       [](bool& threw) {
+         mlib::SyncMap<int, String> map;
+         bool added = false;
+         threw = underFault([&] { added = map.Add(7, kLong); });
+         bool otherThread = false;  // the map's lock is free
+         std::thread([&] { otherThread = map.Add(8, String(u"b")); }).join();
+         String* value = map.LookupPtr(7);
+         return otherThread && map.GetCount() == (added ? 2u : 1u) &&
+                (added ? value != nullptr && *value == kLong : value == nullptr);
+       }},
+      {"MxFile", false, [&path](bool& threw) { return openAndReadWhole<MxFile>(path, threw); }},
+      {"MxAsyncFile", false,
+       [&path](bool& threw) { return openAndReadWhole<MxAsyncFile>(path, threw); }},
+  };
+  for (const Row& row : rows) {
+    // Fail the first allocation, then the second, ... until the operation makes no more.
+    for (gNth = 1; gNth < 10000; ++gNth) {
+      SCOPED_TRACE(std::string(row.name) + ", allocation " + std::to_string(gNth));
+      bool threw = false;
+      EXPECT_TRUE(row.run(threw));
+      if (!row.mayThrow) {
+        EXPECT_FALSE(threw);
+      }
+      if (gCalls < gNth) break;  // nothing failed: the operation is done
+    }
+  }
+}
