@@ -141,7 +141,16 @@ struct StringStep {
   std::string failure;
 
   const WideChar* text() const { return wide(in); }
-  std::string ansi() const { return std::string(in.begin(), in.end()); }
+  // The random text as ANSI text and back: units above 0x7F become '#'.
+  std::u16string ascii() const {
+    std::u16string t = in;
+    for (char16_t& c : t) c = c < 0x80 ? c : u'#';
+    return t;
+  }
+  std::string ansi() const {
+    const std::u16string t = ascii();
+    return {t.begin(), t.end()};
+  }
   void expect(bool ok, const char* what) {
     if (!ok && failure.empty()) failure = what;
   }
@@ -157,8 +166,9 @@ struct StringStep {
                          " instead of " + from(want))
                             .c_str());
   }
-  void appendSome() {  // empty ANSI text and a String of empty text append nothing
-    if (!in.empty()) m.append(in);
+  void appendSome(
+      const std::u16string& t) {  // empty ANSI text and a String of empty text append nothing
+    if (!in.empty()) m.append(t);
   }
   // s's text in a buffer of its own, terminated (null when s is).
   String copy() const {
@@ -170,8 +180,8 @@ struct StringStep {
 
 const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
     {"= text", [](StringStep& o) { o.s = o.text(), o.m.assign(o.in); }},
-    {"= ANSI text", [](StringStep& o) { o.s = o.ansi().c_str(), o.m.assign(o.in); }},
-    {"= std::string", [](StringStep& o) { o.s = o.ansi(), o.m.assign(o.in); }},
+    {"= ANSI text", [](StringStep& o) { o.s = o.ansi().c_str(), o.m.assign(o.ascii()); }},
+    {"= std::string", [](StringStep& o) { o.s = o.ansi(), o.m.assign(o.ascii()); }},
     {"= String",
      [](StringStep& o) { o.s = static_cast<const String&>(String(o.text())), o.m.assign(o.in); }},
     {"= itself", [](StringStep& o) { o.s = static_cast<const String&>(o.s); }},
@@ -186,9 +196,9 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
        if (!o.m.units.empty()) o.m = {o.m.text().substr(0, o.pick % 40) + u'\0', false};
      }},
     {"+= text", [](StringStep& o) { o.s += o.text(), o.m.append(o.in); }},
-    {"+= ANSI text", [](StringStep& o) { o.s += o.ansi().c_str(), o.appendSome(); }},
-    {"+= std::string", [](StringStep& o) { o.s += o.ansi(), o.appendSome(); }},
-    {"+= String", [](StringStep& o) { o.s += String(o.text()), o.appendSome(); }},
+    {"+= ANSI text", [](StringStep& o) { o.s += o.ansi().c_str(), o.appendSome(o.ascii()); }},
+    {"+= std::string", [](StringStep& o) { o.s += o.ansi(), o.appendSome(o.ascii()); }},
+    {"+= String", [](StringStep& o) { o.s += String(o.text()), o.appendSome(o.in); }},
     {"+= itself", [](StringStep& o) { o.s += o.s, o.m.append(o.m.text()); }},
     {"+= unit", [](StringStep& o) { o.s += o.text()[0], o.m.append(o.in.substr(0, 1)); }},
     {"+= no text",
@@ -212,7 +222,7 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
     {"a text without terminator in a dirty block",
      [](StringStep& o) {
        std::u16string t;
-       while (!o.in.empty() && t.size() < o.pick % 80) t += o.in;
+       while (!o.in.empty() && t.size() < o.pick % 200) t += o.in;
        o.s.ReleaseBuffer();
        dirtyTheHeap(t.size() + 1);
        o.s = wide(t);
@@ -227,8 +237,8 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
        const std::u16string t = o.m.text();
        o.expect(units(String(o.s)) == exact(t), "copy");
        o.expect(units(o.s + o.text()) == exact(t + o.in), "+ text");
-       o.expect(units(o.s + o.ansi().c_str()) == exact(t + o.in), "+ ANSI text");
-       o.expect(units(o.s + o.ansi()) == exact(t + o.in), "+ std::string");
+       o.expect(units(o.s + o.ansi().c_str()) == exact(t + o.ascii()), "+ ANSI text");
+       o.expect(units(o.s + o.ansi()) == exact(t + o.ascii()), "+ std::string");
        o.expect(units(o.s + other) == exact(t + o.in), "+ String");
        o.expect(units(o.s + o.text()[0]) == exact(t + o.in.substr(0, 1)), "+ unit");
        o.expect(units(o.s + static_cast<const WideChar*>(nullptr)) == exact(t), "+ no text");
@@ -240,25 +250,31 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
        o.expect((o.s == String(o.s)) == !t.empty(), "== copy");
        o.expect(!(o.s == static_cast<const WideChar*>(nullptr)), "== no text");
      }},
-    {"searches",  // against std::u16string's, the empty pattern aside
+    {"searches",  // against std::u16string's, for the random text or a piece of s's
      [](StringStep& o) {
        const std::u16string t = o.m.text();
        const auto at = [](std::size_t i) {
          return i == std::u16string::npos ? -1 : static_cast<int>(i);
        };
-       if (o.in.empty()) return;
+       const std::size_t from = o.pick % (t.size() + 1);
+       const std::u16string p = o.pick % 3 == 0 ? t.substr(from, o.pick / 3 % 90 + 1) : o.in;
+       if (p.empty()) return;
        int count = 0, nth = -1;
        const int n = static_cast<int>(o.pick % 4);
-       for (std::size_t i = t.find(o.in); i != std::u16string::npos;
-            i = t.find(o.in, i + o.in.size())) {
+       for (std::size_t i = t.find(p); i != std::u16string::npos; i = t.find(p, i + p.size())) {
          if (count++ == n) nth = static_cast<int>(i);
        }
-       o.expect(o.s.IndexOf(o.text()) == at(t.find(o.in)), "IndexOf");
-       o.expect(o.s.IndexOfLast(o.text()) == at(t.rfind(o.in)), "IndexOfLast");
-       o.expect(o.s.GetCountOfSubString(o.text()) == count, "GetCountOfSubString");
-       o.expect(o.s.IndexOfSubString(o.text(), n) == nth, "IndexOfSubString");
-       o.expect(o.s.Find(o.in[0]) == at(t.find(o.in[0])), "Find");
-       o.expect(o.s.FindLast(o.in[0]) == at(t.rfind(o.in[0])), "FindLast");
+       const auto rest = [&](std::size_t i) {
+         return StringModel::exact(t.substr(std::min(i, t.size())));
+       };
+       o.expect(o.s.IndexOf(wide(p)) == at(t.find(p)), "IndexOf");
+       o.expect(o.s.IndexOfLast(wide(p)) == at(t.rfind(p)), "IndexOfLast");
+       o.expect(o.s.GetCountOfSubString(wide(p)) == count, "GetCountOfSubString");
+       o.expect(o.s.IndexOfSubString(wide(p), n) == nth, "IndexOfSubString");
+       o.expect(o.s.Find(p[0]) == at(t.find(p[0])), "Find");
+       o.expect(o.s.FindLast(p[0]) == at(t.rfind(p[0])), "FindLast");
+       o.expect(units(o.s.Find(String(wide(p)))) == rest(t.find(p)), "Find(String)");
+       o.expect(units(o.s.FindLast(String(wide(p)))) == rest(t.rfind(p)), "FindLast(String)");
      }},
     {"reads agree with a terminated copy",
      [](StringStep& o) {
@@ -283,15 +299,16 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
 };
 
 // Runs `steps` steps picked by `next`, with texts of up to five units from an alphabet of
-// three to seven units that also makes numbers, hexadecimal digits and blanks.
+// three to nine units that also makes numbers, hexadecimal digits, blanks and units above
+// 0x8000 (which the block scans must compare unsigned).
 inline std::string runStringScript(const Next& next, int steps) {
   String s;
   StringModel m;
   std::string trail;  // the operations so far, for the failure message
-  const std::size_t letters = 3 + next() % 5;
+  const std::size_t letters = 3 + next() % 7;
   for (int step = 0; step < steps; ++step) {
     StringStep o{s, m, std::u16string(next() % 6, u'a'), next(), {}};
-    for (char16_t& c : o.in) c = u"ab1 0c9"[next() % letters];
+    for (char16_t& c : o.in) c = u"ab1 0c9\uFFFF\u8001"[next() % letters];
     const auto& [name, run] =
         kStringSteps[m.units.size() > 300 ? 7 /* = Left */ : next() % std::size(kStringSteps)];
     trail += std::string(name) + "(" + std::string(o.in.begin(), o.in.end()) + "," +

@@ -53,6 +53,19 @@ TEST(String, FollowsTheModelAndReadsLikeATerminatedCopy) {
   }
 }
 
+// Long digit texts without terminator: the reads that convert or copy in pieces.
+TEST(String, LongTextsWithoutTerminatorReadAsTheirCapacity) {
+  for (const std::size_t n : {1000u, 5000u}) {
+    std::u16string text(n, u'0');
+    for (std::size_t i = 0; i < n; ++i) text[i] = static_cast<char16_t>(u'0' + i % 10);
+    mlib::test::dirtyTheHeap(n + 1);
+    String full(mlib::test::wide(text)), same(mlib::test::wide(text + u'9'));
+    full[static_cast<unsigned>(n)] = MLIB_T('9');
+    const String p(MLIB_T("45"));
+    EXPECT_EQ(mlib::test::readings(full, p, 2, 3), mlib::test::readings(same, p, 2, 3)) << n;
+  }
+}
+
 TEST(String, CopyIsExactAndMoveTakesTheBufferAsItIs) {
   String number(100);  // a number's text sits in a 515-unit buffer
   const char* ansi = number.toAnsi();
