@@ -17,10 +17,8 @@ namespace {
 using mlib::String;
 using mlib::WideChar;
 using mlib::detail::StringAccess;
-using mlib::test::shown;
 using mlib::test::State;
 using mlib::test::state;
-using mlib::test::wide;
 
 TEST(StringSearch, FailureTables) {
   const std::pair<const WideChar*, std::vector<int>> rows[] = {
