@@ -163,6 +163,11 @@ const std::pair<const char*, void (*)(ByteStep&)> kByteSteps[] = {
        o.b.SetAt(o.n, 'Z');
        if (o.n >= 0 && o.n < o.m.length) o.m.bytes[static_cast<std::size_t>(o.n)] = 'Z';
      }},
+    {"bytes written behind the content",  // so that a terminator written or not shows
+     [](ByteStep& o) {
+       for (int i = o.m.length; i < o.m.capacity(); ++i) *o.b.GetBuffer(i) = 'q';
+       std::fill(o.m.bytes.begin() + o.m.length, o.m.bytes.end(), 'q');
+     }},
     {"Clear", [](ByteStep& o) { o.b.Clear(), o.m = ByteModel(); }},
 };
 
