@@ -1,5 +1,6 @@
-// String search and substrings: failure tables, the searches against a naive search on
-// random texts, counting and numbering, and the clamping rules of the substring operations.
+// String search and substrings: failure tables, the block scan against its portable form,
+// null and empty operands, and the clamping rules of the substring operations. The searches
+// against std::u16string's on random texts are steps of the String driver (stringOps.h).
 #include <gtest/gtest.h>
 #include <mlib/string.h>
 
@@ -16,21 +17,8 @@ namespace {
 using mlib::String;
 using mlib::WideChar;
 using mlib::detail::StringAccess;
-using mlib::test::shown;
 using mlib::test::State;
 using mlib::test::state;
-using mlib::test::wide;
-
-// Starts of the occurrences of pattern, every position tried; with skip, non-overlapping.
-std::vector<int> naiveStarts(const std::u16string& text, const std::u16string& pattern, bool skip) {
-  std::vector<int> starts;
-  for (std::size_t i = 0; i + pattern.size() <= text.size(); ++i) {
-    if (text.compare(i, pattern.size(), pattern) != 0) continue;
-    starts.push_back(static_cast<int>(i));
-    if (skip) i += pattern.size() - 1;
-  }
-  return starts;
-}
 
 TEST(StringSearch, FailureTables) {
   const std::pair<const WideChar*, std::vector<int>> rows[] = {
@@ -50,51 +38,6 @@ TEST(StringSearch, FailureTables) {
   StringAccess::nextArray(nullptr, &untouched);
   StringAccess::nextArray(MLIB_T("ab"), nullptr);
   EXPECT_EQ(untouched, 99);
-}
-
-TEST(StringSearch, AgreesWithNaiveSearchOnRandomTexts) {
-  std::mt19937 rng(1234567);
-  // High units check that the block scans compare units unsigned.
-  const char16_t alphabet[] = {u'a', u'b', 0xFFFF, 0x8001};
-  for (int round = 0; round < 4000; ++round) {
-    const std::size_t letters = 2 + rng() % 3;
-    std::u16string text(rng() % (round % 10 == 0 ? 2000 : 120), 0);
-    for (char16_t& u : text) u = alphabet[rng() % letters];
-    std::u16string pattern(1 + rng() % (round % 7 == 0 ? 90 : 6), 0);  // > 64: heap table
-    for (char16_t& u : pattern) u = alphabet[rng() % letters];
-    if (round % 3 == 0 && text.size() > 4) {  // a piece of the text, so that it occurs
-      const std::size_t at = rng() % (text.size() - 2);
-      pattern = text.substr(at, 1 + rng() % (text.size() - at - 1));
-    }
-    if (round % 50 == 1) pattern = text.substr(rng() % 2);  // all of it, or all but one
-    if (pattern.empty()) continue;
-    SCOPED_TRACE(round);
-    const String s(wide(text));
-    const std::vector<int> all = naiveStarts(text, pattern, false);
-    const std::vector<int> apart = naiveStarts(text, pattern, true);
-    EXPECT_EQ(s.IndexOf(wide(pattern)), all.empty() ? -1 : all.front());
-    EXPECT_EQ(s.IndexOfLast(wide(pattern)), all.empty() ? -1 : all.back());
-    EXPECT_EQ(s.GetCountOfSubString(wide(pattern)), static_cast<int>(apart.size()));
-    const int n = static_cast<int>(rng() % (apart.size() + 2));
-    EXPECT_EQ(s.IndexOfSubString(wide(pattern), n),
-              n < static_cast<int>(apart.size()) ? apart[n] : -1);
-    const auto c = static_cast<WideChar>(pattern[0]);
-    const std::size_t first = text.find(pattern[0]), last = text.rfind(pattern[0]);
-    EXPECT_EQ(s.Find(c), first == std::u16string::npos ? -1 : static_cast<int>(first));
-    EXPECT_EQ(s.FindLast(c), last == std::u16string::npos ? -1 : static_cast<int>(last));
-    if (round % 20 != 0) continue;  // the String forms: the rest from the occurrence, exact size
-    const String p(wide(pattern));
-    const auto rest = [&](bool found, int at) {
-      return found ? State(text.substr(static_cast<std::size_t>(at)),
-                           static_cast<unsigned>(text.size() - at + 1))
-                   : State(u"(null)", 0);
-    };
-    EXPECT_EQ(state(s.Find(p)), rest(!all.empty(), all.empty() ? 0 : all.front()));
-    EXPECT_EQ(state(s.FindLast(p)), rest(!all.empty(), all.empty() ? 0 : all.back()));
-    EXPECT_EQ(s.IndexOf(p), all.empty() ? -1 : all.front());
-    EXPECT_EQ(s.IndexOfLast(p), all.empty() ? -1 : all.back());
-    EXPECT_EQ(s.GetCountOfSubString(p), static_cast<int>(apart.size()));
-  }
 }
 
 TEST(StringSearch, CandidateScansAgree) {

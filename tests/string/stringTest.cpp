@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ansiPageSamples.h"
-#include "stringText.h"
+#include "string/stringOps.h"
 
 namespace {
 
@@ -44,112 +44,25 @@ TEST(String, NullAndEmptyTextsMakeNullStrings) {
   EXPECT_TRUE(huge.IsNull());
 }
 
-// The string as the storage rules describe it: every unit of its buffer (the capacity is
-// their count; none for a null string) and whether it holds an ANSI buffer.
-struct Model {
-  std::u16string units;
-  bool ansi = false;
+// Seeded scripts through the driver the fuzz target runs on its input.
+TEST(String, FollowsTheModelAndReadsLikeATerminatedCopy) {
+  for (unsigned seed = 0; seed < 2000; ++seed) {
+    std::mt19937 rng(seed);
+    ASSERT_EQ(mlib::test::runStringScript([&] { return static_cast<unsigned>(rng()); }, 16), "")
+        << "seed " << seed;
+  }
+}
 
-  std::u16string text() const { return units.substr(0, units.find(u'\0')); }
-  // An exact-size buffer of text, or none for empty text: copies and sums.
-  static std::u16string exact(const std::u16string& t) { return t.empty() ? t : t + u'\0'; }
-  // Text in a fresh buffer of exactly its size; a reused buffer is cleared behind it.
-  void take(const std::u16string& t, bool reuse) {
-    if (reuse) units = t + std::u16string(units.size() - t.size(), u'\0');
-    if (!reuse) units = exact(t), ansi = false;
-  }
-  void assign(const std::u16string& t) {
-    if (!units.empty() || !t.empty()) take(t, units.size() > t.size());
-  }
-  void append(const std::u16string& t) {
-    if (!units.empty() || !t.empty()) take(text() + t, units.size() > text().size() + t.size());
-  }
-  void allocBuffer(unsigned n) { units.assign(n + 1, u'\0'), ansi = false; }
-  void resizeBuffer(unsigned n) {
-    const std::u16string kept = text().substr(0, n);
-    if (units.empty()) return allocBuffer(n);
-    units = kept + std::u16string(n + 1 - kept.size(), u'\0');
-  }
-};
-
-// One random operation on s and its model m, with a random text of the letters a to c.
-struct Op {
-  String& s;
-  Model& m;
-  std::u16string in;
-  unsigned pick;
-  const WideChar* text() const { return mlib::test::wide(in); }
-  std::string ansi() const { return std::string(in.begin(), in.end()); }
-  // Empty ANSI text and a String made from empty text stand for no text: nothing to append.
-  void appendSome() const {
-    if (!in.empty()) m.append(in);
-  }
-};
-const std::pair<const char*, void (*)(Op&)> kSteps[] = {
-    {"= text", [](Op& o) { o.s = o.text(), o.m.assign(o.in); }},
-    {"= ANSI text", [](Op& o) { o.s = o.ansi().c_str(), o.m.assign(o.in); }},
-    {"= std::string", [](Op& o) { o.s = o.ansi(), o.m.assign(o.in); }},
-    {"= String",
-     [](Op& o) { o.s = static_cast<const String&>(String(o.text())), o.m.assign(o.in); }},
-    {"= itself", [](Op& o) { o.s = static_cast<const String&>(o.s); }},
-    {"= unit", [](Op& o) { o.s = o.text()[0], o.m.assign(o.in.substr(0, 1)); }},
-    {"= no text", [](Op& o) { o.s = kNoText, o.m.units.assign(o.m.units.size(), u'\0'); }},
-    {"+= text", [](Op& o) { o.s += o.text(), o.m.append(o.in); }},
-    {"+= ANSI text", [](Op& o) { o.s += o.ansi().c_str(), o.appendSome(); }},
-    {"+= std::string", [](Op& o) { o.s += o.ansi(), o.appendSome(); }},
-    {"+= String", [](Op& o) { o.s += String(o.text()), o.appendSome(); }},
-    {"+= unit", [](Op& o) { o.s += o.text()[0], o.m.append(o.in.substr(0, 1)); }},
-    {"+= no text", [](Op& o) { o.s += kNoText, o.s += static_cast<const char*>(nullptr); }},
-    {"AllocBuffer", [](Op& o) { o.s.AllocBuffer(o.pick % 12), o.m.allocBuffer(o.pick % 12); }},
-    {"ResizeBuffer", [](Op& o) { o.s.ResizeBuffer(o.pick % 12), o.m.resizeBuffer(o.pick % 12); }},
-    {"ResetBuffer", [](Op& o) { o.s.ResetBuffer(), o.m.units.assign(o.m.units.size(), u'\0'); }},
-    {"ReleaseBuffer", [](Op& o) { o.s.ReleaseBuffer(), o.m = Model(); }},
-    {"toAnsi", [](Op& o) { o.s.toAnsi(), o.m.ansi = !o.m.units.empty(); }},
-    {"a unit written behind the text",  // the terminator slot stays
-     [](Op& o) {
-       if (o.m.units.size() < 2) return;
-       const std::size_t at = o.pick % (o.m.units.size() - 1);
-       *o.s.GetBuffer(static_cast<unsigned>(at)) = o.m.units[at] = o.in[0];
-     }},
-    {"copies, sums and equality",  // new strings of exact size; the string itself stays
-     [](Op& o) {
-       const String other(o.text());
-       const auto exact = &Model::exact;
-       EXPECT_EQ(units(String(o.s)), exact(o.m.text()));
-       EXPECT_EQ(units(o.s + o.text()), exact(o.m.text() + o.in));
-       EXPECT_EQ(units(o.s + o.ansi().c_str()), exact(o.m.text() + o.in));
-       EXPECT_EQ(units(o.s + o.ansi()), exact(o.m.text() + o.in));
-       EXPECT_EQ(units(o.s + other), exact(o.m.text() + o.in));
-       EXPECT_EQ(units(o.s + o.text()[0]), exact(o.m.text() + o.in.substr(0, 1)));
-       EXPECT_EQ(units(o.s + kNoText), exact(o.m.text()));
-       EXPECT_EQ(units(o.s + static_cast<const char*>(nullptr)), exact(o.m.text()));
-       // A null string equals nothing, not even another null string.
-       const bool equal = !o.m.units.empty() && o.m.text() == o.in;
-       EXPECT_EQ(o.s == o.text(), equal);
-       EXPECT_EQ(o.s == other, equal && !o.in.empty());
-       EXPECT_EQ(o.s == String(o.s), !o.m.text().empty());
-       EXPECT_FALSE(o.s == kNoText);
-     }},
-};
-
-TEST(String, StorageFollowsTheModelOnRandomOperations) {
-  std::mt19937 rng(7);
-  for (int round = 0; round < 2000; ++round) {
-    String s;
-    Model m;
-    std::string trail;  // the operations so far, for the failure message
-    for (int step = 0; step < 16; ++step) {
-      Op o{s, m, std::u16string(rng() % 6, u'a'), static_cast<unsigned>(rng())};
-      for (char16_t& c : o.in) c = static_cast<char16_t>(u'a' + rng() % 3);
-      const auto& [name, run] = kSteps[rng() % std::size(kSteps)];
-      trail += std::string(name) + "(" + std::to_string(o.in.size()) + ") ";
-      SCOPED_TRACE(trail);
-      run(o);
-      ASSERT_EQ(units(s), m.units);
-      EXPECT_EQ(s.GetLength(), static_cast<int>(m.text().size()));
-      EXPECT_EQ(s.IsEmpty(), m.text().empty());
-      EXPECT_EQ(StringAccess::ansiBuffer(s) != nullptr, m.ansi);
-    }
+// Long digit texts without terminator: the reads that convert or copy in pieces.
+TEST(String, LongTextsWithoutTerminatorReadAsTheirCapacity) {
+  for (const std::size_t n : {1000u, 5000u}) {
+    std::u16string text(n, u'0');
+    for (std::size_t i = 0; i < n; ++i) text[i] = static_cast<char16_t>(u'0' + i % 10);
+    mlib::test::dirtyTheHeap(n + 1);
+    String full(mlib::test::wide(text)), same(mlib::test::wide(text + u'9'));
+    full[static_cast<unsigned>(n)] = MLIB_T('9');
+    const String p(MLIB_T("45"));
+    EXPECT_EQ(mlib::test::readings(full, p, 2, 3), mlib::test::readings(same, p, 2, 3)) << n;
   }
 }
 
