@@ -519,8 +519,9 @@ void decodeCharacters(const unsigned char* src, std::size_t byteCount, std::size
 
 #if defined(MLIB_AVX2_DISPATCH)
 // Bytes that must be left in the span for a turn of decodeThreeByteRun: it reads 28 bytes
-// and stores 8 units, up to 8 of them junk, which the 40 bytes still left (13 units or
-// more, as no character or replacement takes more than 3 bytes a unit) overwrite.
+// and stores 8 units, up to 8 of them junk, and takes at most 25 bytes, so at least 39
+// are left, which give 13 units or more (no character or replacement takes more than 3
+// bytes a unit) and overwrite the junk.
 constexpr std::size_t kThreeByteRunMargin = 64;
 
 // For each 16-byte lane holding four three-byte characters in its first 12 bytes: the
