@@ -178,8 +178,13 @@ class MxList : public IListBase<T> {
  private:
   /// A node holding a copy of value, unlinked; null when the heap is exhausted.
   NODE* makeNode(const T& value);
-  /// Destroys an unlinked node and returns its memory to the heap.
-  static void destroyNode(NODE* node) noexcept { delete node; }
+  /// Destroys an unlinked node and returns its memory to the heap. Every node is a NODE the
+  /// list made: its destructor and MxObject's operator delete directly, without asking the
+  /// virtual table.
+  static void destroyNode(NODE* node) noexcept {
+    node->NODE::~NODE();
+    NODE::operator delete(node);
+  }
   /// The node at index, which must be below count.
   NODE* nodeAt(unsigned index) const noexcept;
   void destroyAll() noexcept;
