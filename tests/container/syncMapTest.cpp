@@ -118,7 +118,7 @@ TEST(SyncMap, ThreadsAddingAndRemovingDisjointKeysAtOnce) {
   for (int t = 1; t <= 3; ++t) {
     for (int i = 0; i < 1500; ++i) ASSERT_EQ(map.ContainsKey(t * 10000 + i), i % 2 == 1);
   }
-  EXPECT_TRUE(testing::TreeIsValid(map));
+  EXPECT_EQ(testing::TreeProblem(map, true), nullptr);
 }
 
 struct Fragile {
