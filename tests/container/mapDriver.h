@@ -111,10 +111,29 @@ bool PictureIsWellFormed(const MxMap<K, V>& map) {
   return labels == 2 * map.GetCount() + 1;
 }
 
-// Runs the script on a fresh MxMap<int, Tally>: what went wrong and at which step, or "".
+// Stores a key of 100 or more as key - 100 (its CopyPair) and records each search's probe
+// (its FindNode): a search copies the key (and value) into a bare red node with CopyPair.
+class ProbeMap : public MxMap<int, Tally> {
+ public:
+  static int Stored(int key) { return key >= 100 ? key - 100 : key; }
+  void CopyPair(int& targetKey, Tally& targetValue, const int& sourceKey,
+                const Tally& sourceValue) const override {
+    MxMap::CopyPair(targetKey, targetValue, Stored(sourceKey), sourceValue);
+  }
+  NODE* FindNode(NODE* probe) const override {
+    ++finds;
+    bareRed = probe->colour == kRed && !probe->left && !probe->right && !probe->parent;
+    probeKey = probe->key;
+    probeId = probe->value.id;
+    return MxMap::FindNode(probe);
+  }
+  mutable int finds = 0, probeKey = 0, probeId = 0;
+  mutable bool bareRed = false;
+};
+
+// Runs the script on a fresh ProbeMap: what went wrong and at which step, or "".
 inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
-  using Map = MxMap<int, Tally>;
-  using Node = Map::NODE;
+  using Node = ProbeMap::NODE;
   std::size_t at = 0;
   auto next = [&] { return at < size ? static_cast<unsigned>(data[at++]) : 0u; };
   int step = 0;
@@ -123,8 +142,8 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
   };
   const unsigned keys = 8 + next() % 120;  // a few negative keys: they hash after the rest
   {
-    Map map;
-    std::multimap<int, int> model;  // key -> id of an entry (a key is its own hash)
+    ProbeMap map;
+    std::multimap<int, int> model;  // stored key -> id of an entry (a key is its own hash)
     int ids = 0;
     auto erase = [&model](int key, int id) {
       for (auto it = model.lower_bound(key); it != model.upper_bound(key); ++it) {
@@ -135,29 +154,38 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
       return false;
     };
     for (; at < size && step < 400; ++step) {
-      const int key = static_cast<int>(next() % keys) - 8;
-      const bool present = model.count(key) != 0;
-      Tally* found = map.LookupPtr(key);  // the entry any search for key finds
-      if ((found != nullptr) != present || map.ContainsKey(key) != present) return fail("found");
+      const int given = static_cast<int>(next() % keys) - 8, key = ProbeMap::Stored(given);
+      const bool present = model.count(key) != 0, empty = model.empty();
+      // Searches of an empty map answer at once; others search once with a probe.
+      auto searched = [&](int times, int id) {
+        const bool ok = map.finds == (empty ? 0 : times) &&
+                        (empty || (map.bareRed && map.probeKey == key && map.probeId == id));
+        map.finds = 0;
+        return ok;
+      };
+      Tally* found = map.LookupPtr(given);  // the entry any search for key finds
+      if ((found != nullptr) != present || map.ContainsKey(given) != present) return fail("found");
+      if (!searched(2, 0)) return fail("LookupPtr's and ContainsKey's probes");
       const int foundId = found != nullptr ? found->id : -1;
       if (present && !erase(key, foundId)) return fail("LookupPtr answered another value");
       if (present) model.emplace(key, foundId);
       const unsigned op = next() % 8;
       if (op <= 1) {  // even when the key is present: a second entry of that hash
-        if (!map.Add(key, Tally{++ids})) return fail("Add");
+        if (!map.Add(given, Tally{++ids})) return fail("Add");
         model.emplace(key, ids);
+        map.finds = 0;
       } else if (op == 2) {
-        if (map.Remove(key) != present) return fail("Remove");
+        if (map.Remove(given) != present || !searched(1, 0)) return fail("Remove");
         if (present) erase(key, foundId);
       } else if (op == 3) {
-        int k = key;
+        int k = given;
         Tally value{-1};
         const bool remove = next() % 2 == 1;
-        if (map.Lookup(k, value, remove) != present || k != key) return fail("Lookup");
-        if (value.id != foundId) return fail("Lookup's value");
+        if (map.Lookup(k, value, remove) != present || !searched(1, -1)) return fail("Lookup");
+        if (value.id != foundId || k != (present ? key : given)) return fail("Lookup's copies");
         if (present && remove) erase(key, foundId);
       } else if (op == 4) {
-        if (map.SetAt(key, Tally{++ids}) != present) return fail("SetAt");
+        if (map.SetAt(given, Tally{++ids}) != present || !searched(1, ids)) return fail("SetAt");
         if (present && erase(key, foundId)) model.emplace(key, ids);
       } else if (op == 5) {  // a walk, removing the entries the cursor stands on now and then
         const unsigned bound = 10 * (map.GetCount() + 1);
