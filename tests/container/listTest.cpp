@@ -12,65 +12,46 @@
 namespace mlib {
 namespace {
 
-struct Counted {  // an element whose list nodes count themselves
-  int v = 0;
-  bool operator==(const Counted& other) const { return v == other.v; }
-};
-int liveNodes = 0;
-
-}  // namespace
-
-// Counted's node: the list's record with its allocation operators counting.
-template <>
-struct IListBase<Counted>::NODE : public MxObject {
-  static void* operator new(std::size_t n) noexcept {
-    return ++liveNodes, MxObject::operator new(n);
-  }
-  static void operator delete(void* p) noexcept { --liveNodes, MxObject::operator delete(p); }
-  Counted data{};
-  NODE *prev = nullptr, *next = nullptr;
-};
-
-namespace {
-
+using testing::liveNodes;
+using testing::Tally;
 using testing::Text;
 using testing::TextOf;
 
 TEST(MxList, MatchesAVectorAndEveryRemovalFreesItsNode) {
   std::mt19937 random(5);
-  MxList<Counted> list;
+  MxList<Tally> list;
   std::vector<int> model;
   for (int step = 0; step < 6000; ++step) {
     const int op = static_cast<int>(random() % 8), n = static_cast<int>(model.size());
     const int at = static_cast<int>(random() % (n + 3)) - 1, remove = step % 2;
     const bool inRange = at >= 0 && at < n;
-    const Counted c{static_cast<int>(random() % 20)};
-    const auto found = std::find(model.begin(), model.end(), c.v);
+    const Tally c{static_cast<int>(random() % 20)};
+    const auto found = std::find(model.begin(), model.end(), c.id);
     const int foundAt = found != model.end() ? static_cast<int>(found - model.begin()) : -1;
-    Counted out{c.v};
-    const int wantOut = op == 4 && inRange ? model[at] : c.v;
+    Tally out{c.id};
+    const int wantOut = op == 4 && inRange ? model[at] : c.id;
     bool got = true, want = true;
-    if (op == 0) got = list.AddHead(c), model.insert(model.begin(), c.v);
-    if (op == 1) got = list.AddTail(c), model.push_back(c.v);
+    if (op == 0) got = list.AddHead(c), model.insert(model.begin(), c.id);
+    if (op == 1) got = list.AddTail(c), model.push_back(c.id);
     if (op == 2) got = list.InsertAt(static_cast<unsigned>(at), c), want = at >= 0 && at <= n;
-    if (op == 2 && want) model.insert(model.begin() + at, c.v);
+    if (op == 2 && want) model.insert(model.begin() + at, c.id);
     if (op == 3) got = list.RemoveAt(static_cast<unsigned>(at)), want = inRange;
     if (op == 4) got = list.GetAt(at, out, remove), want = inRange;
     if ((op == 3 || (op == 4 && remove)) && inRange) model.erase(model.begin() + at);
     if (op == 5) got = list.Remove(c), want = foundAt >= 0;
     if (op == 6) got = list.IndexOf(out, true) == foundAt;
     if ((op == 5 || op == 6) && foundAt >= 0) model.erase(found);
-    if (op == 7) list.Update(Counted{100 + c.v}, at);
-    if (op == 7 && inRange) model[at] = 100 + c.v;
+    if (op == 7) list.Update(Tally{100 + c.id}, at);
+    if (op == 7 && inRange) model[at] = 100 + c.id;
     ASSERT_EQ(got, want) << "operation " << op << " at " << at << ", step " << step;
-    ASSERT_EQ(out.v, wantOut) << "operation " << op << ", step " << step;
+    ASSERT_EQ(out.id, wantOut) << "operation " << op << ", step " << step;
     std::vector<int> contents;
-    for (Counted* p = list.GetFirstPtr(); p != nullptr; p = list.GetNextPtr()) {
-      contents.push_back(p->v);
+    for (Tally* p = list.GetFirstPtr(); p != nullptr; p = list.GetNextPtr()) {
+      contents.push_back(p->id);
     }
     ASSERT_EQ(contents, model) << "operation " << op << ", step " << step;
     ASSERT_EQ(list.GetCount(), model.size());
-    ASSERT_EQ(liveNodes, static_cast<int>(model.size())) << "nodes held after step " << step;
+    ASSERT_EQ(liveNodes, static_cast<int>(model.size()) + 2) << "step " << step << ": c, out";
   }
   list.RemoveAll();
   EXPECT_EQ(liveNodes, 0);

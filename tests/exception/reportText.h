@@ -1,4 +1,5 @@
-// Test helpers: the text of a String as ASCII, and the frame of the exception reports.
+// Test helpers: the text of a String as ASCII, the frame of the exception reports and the
+// registry's built-in messages.
 #ifndef MLIB_TESTS_EXCEPTION_REPORTTEXT_H
 #define MLIB_TESTS_EXCEPTION_REPORTTEXT_H
 
@@ -11,16 +12,10 @@ namespace mlib::testing {
 // Each UTF-16 unit of s as one char; units past ASCII become '?'. Empty for a null string.
 inline std::string ascii(const String& s) {
   std::string out;
-  const WideChar* units = s.toString();
-  if (units == nullptr) return out;
-  for (; *units != 0; ++units) out += *units < 0x80 ? static_cast<char>(*units) : '?';
+  for (const WideChar* u = s.toString(); u != nullptr && *u != 0; ++u) {
+    out += *u < 0x80 ? static_cast<char>(*u) : '?';
+  }
   return out;
-}
-
-// The UTF-16 units of s.
-inline std::basic_string<WideChar> units(const String& s) {
-  const WideChar* text = s.toString();
-  return text == nullptr ? std::basic_string<WideChar>() : std::basic_string<WideChar>(text);
 }
 
 // middle framed by two rulers of 74 '-', "\r\n" between the lines and none after the last.
@@ -28,6 +23,17 @@ inline std::string framed(const std::string& middle) {
   const std::string ruler(74, '-');
   return ruler + "\r\n" + middle + "\r\n" + ruler;
 }
+
+// The messages of the codes 0, -1, ..., -8.
+inline const char* const kBuiltIns[] = {"no error",
+                                        "unknown exception",
+                                        "the current pointer is null",
+                                        "the current pointer is invalid",
+                                        "the current index is out of range of an array",
+                                        "can not found the specific key",
+                                        "the value is too less",
+                                        "the specific port has been used",
+                                        "the called method has not been found"};
 
 }  // namespace mlib::testing
 

@@ -13,15 +13,6 @@
 
 TEST(RegistryFirstUse, ManyThreadsAtOnceMakeAndFillItExactlyOnce) {
   constexpr int kThreadCount = 16;
-  const char* const messages[] = {"no error",
-                                  "unknown exception",
-                                  "the current pointer is null",
-                                  "the current pointer is invalid",
-                                  "the current index is out of range of an array",
-                                  "can not found the specific key",
-                                  "the value is too less",
-                                  "the specific port has been used",
-                                  "the called method has not been found"};
   std::atomic<int> ready{0};
   std::vector<std::vector<std::string>> answers(kThreadCount);
   std::vector<const void*> maps(kThreadCount, nullptr);
@@ -45,7 +36,7 @@ TEST(RegistryFirstUse, ManyThreadsAtOnceMakeAndFillItExactlyOnce) {
     SCOPED_TRACE(t);
     EXPECT_EQ(maps[t], &mlib::MxException::GetExceptionMap());
     ASSERT_EQ(answers[t].size(), 9u);
-    for (int i = 0; i < 9; ++i) EXPECT_EQ(answers[t][i], messages[(t + i) % 9]);
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(answers[t][i], mlib::testing::kBuiltIns[(t + i) % 9]);
   }
   EXPECT_EQ(mlib::MxException::GetExceptionMap().GetCount(), 9u);
 }
