@@ -2,7 +2,9 @@
 """One table of every benchmark pair: mlib against the usual alternative, measured in the same
 run of the same program. Ratio = the alternative's time / mlib's (above 1: mlib is faster).
 Where a row has several alternatives (ICU and iconv, say), the fastest of them is the one
-compared. Ends with the geometric mean of all ratios.
+compared. Each pair runs in a process of its own, its rows interleaved, so that both sides
+meet the same heap and caches, not what other rows left behind. Ends with the geometric mean
+of all ratios.
 
 usage: summary.py BENCH_DIR [--repetitions N] [--json-dir DIR] [--reuse]
   BENCH_DIR   folder holding the mlib_*_bench programs (build/bench/bench)
@@ -13,6 +15,7 @@ import argparse
 import json
 import math
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -77,9 +80,10 @@ pair("file", "AsyncFileWrite64K", ["PwriteWrite64K"], "real")
 pair("file", "AsyncFileWholeRead", ["IfstreamWholeRead"], "real")
 
 
-def run_program(bench_dir, program, json_path, repetitions):
+def run_pair(bench_dir, program, names, json_path, repetitions):
     path = os.path.join(bench_dir, f"mlib_{program}_bench")
-    subprocess.run([path, f"--benchmark_repetitions={repetitions}",
+    only = "^(" + "|".join(re.escape(name) for name in names) + ")$"
+    subprocess.run([path, f"--benchmark_filter={only}", f"--benchmark_repetitions={repetitions}",
                     "--benchmark_report_aggregates_only=true",
                     "--benchmark_enable_random_interleaving=true",
                     f"--benchmark_out={json_path}", "--benchmark_out_format=json"],
@@ -111,19 +115,15 @@ def main():
     json_dir = args.json_dir or tempfile.mkdtemp(prefix="mlib-bench-")
     os.makedirs(json_dir, exist_ok=True)
 
-    times = {}
-    for program in sorted({p[0] for p in PAIRS}):
-        json_path = os.path.join(json_dir, f"{program}.json")
-        if not args.reuse:
-            print(f"running mlib_{program}_bench", file=sys.stderr)
-            run_program(args.bench_dir, program, json_path, args.repetitions)
-        times[program] = medians(json_path)
-
     print("| Program | mlib | fastest alternative | mlib time | its time | ratio |")
     print("|---|---|---|---|---|---|")
     logs = []
-    for program, ours, alternatives, clock in PAIRS:
-        table = times[program]
+    for number, (program, ours, alternatives, clock) in enumerate(PAIRS):
+        json_path = os.path.join(json_dir, f"pair{number:03}.json")
+        if not args.reuse:
+            print(f"mlib_{program}_bench: {ours}", file=sys.stderr)
+            run_pair(args.bench_dir, program, [ours] + alternatives, json_path, args.repetitions)
+        table = medians(json_path)
         missing = [name for name in [ours] + alternatives if name not in table]
         if missing:
             sys.exit(f"{program}: no result for {', '.join(missing)}")
