@@ -162,14 +162,15 @@ std::vector<Piece> standalonePieces(unsigned page, bool toWide) {
 
 // Seed 0: every piece once, shuffled, so that each character meets random neighbours. Others:
 // random pieces with runs of every length between them, some long, of ASCII or (odd seeds)
-// of the pieces one unit or byte long with two output elements at most, which the block
-// paths take whole until another character ends the block.
+// of one-element pieces below 0x100 or with two output elements, which the block paths
+// take whole until another character ends the block.
 LongText makeLongText(const std::vector<Piece>& pieces, std::uint32_t seed) {
   LongText text;
   std::mt19937 random(seed);
   std::vector<Piece> runs;
   for (const Piece& piece : pieces) {
-    if (seed % 2 == 1 && piece.in.size() == 1 && piece.out.size() <= 2) runs.push_back(piece);
+    const bool narrow = piece.in.size() == 1 && (piece.in[0] < 0x100 || piece.out.size() == 2);
+    if (seed % 2 == 1 && narrow) runs.push_back(piece);
   }
   for (unsigned c = 0x20; c < 0x7F; c += seed % 2 == 1 ? 8 : 1) runs.push_back({{c}, {c}});
   std::vector<Piece> order = pieces;
