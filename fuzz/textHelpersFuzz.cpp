@@ -10,16 +10,17 @@
 
 namespace {
 
-using mlib::WideChar;
-
-// Fills the buffer with its canary, lets write() fill it, and checks everything from `room`
-// on still holds the canary.
+// Fills `room` elements and 8 more with a canary, lets write() fill them, and traps unless
+// everything from `room` on still holds the canary (and, when asked, the room ends in 0).
 template <typename T, typename Write>
-void checkInside(std::vector<T>& buffer, std::size_t room, T canary, Write write) {
-  std::fill(buffer.begin(), buffer.end(), canary);
+void checkInside(std::size_t room, bool terminated, Write write) {
+  const T canary = static_cast<T>(0x5A5A);
+  std::vector<T> buffer(room * 3 + 8, canary);
   write(buffer.data());
-  for (std::size_t i = room; i < buffer.size(); ++i) {
-    if (buffer[i] != canary) __builtin_trap();
+  const auto past = [&](T c) { return c != canary; };
+  if (std::any_of(buffer.begin() + static_cast<std::ptrdiff_t>(room), buffer.end(), past) ||
+      (terminated && buffer[room - 1] != 0)) {
+    __builtin_trap();
   }
 }
 
@@ -31,41 +32,31 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool spaced = (data[1] & 1) != 0;
   data += 2;
   size -= 2;
-
   std::vector<char> narrow(data, data + size);
   narrow.push_back('\0');
-  std::vector<WideChar> wide(size / 2 + 1, 0);
-  if (size >= 2) std::memcpy(wide.data(), data, (size / 2) * sizeof(WideChar));
-
-  const std::size_t room = static_cast<std::size_t>(capacity);
-  const WideChar wideCanary = 0xBEEF;
-  const char byteCanary = '\x5A';
-  std::vector<WideChar> wideOut(room + 8);
-  std::vector<char> narrowOut(room * 3 + 8);
-  std::vector<unsigned char> bytes(room + 8);
+  std::vector<mlib::WideChar> wide(size / 2 + 1, 0);
+  if (size >= 2) std::memcpy(wide.data(), data, (size / 2) * sizeof(mlib::WideChar));
   const char* n = narrow.data();
-  const WideChar* w = wide.data();
-
-  checkInside(wideOut, room, wideCanary, [&](WideChar* out) { ANSIToWide(out, n, capacity); });
-  if (wideOut[room - 1] != 0) __builtin_trap();
-  checkInside(narrowOut, room, byteCanary, [&](char* out) { WideToANSI(out, w, capacity); });
-  if (narrowOut[room - 1] != 0) __builtin_trap();
-  checkInside(wideOut, room, wideCanary, [&](WideChar* out) { Utf8ToWide(out, n, capacity); });
-  checkInside(narrowOut, room, byteCanary, [&](char* out) { WideToUtf8(out, w, capacity); });
-  checkInside(narrowOut, room, byteCanary, [&](char* out) { U82A(out, n, capacity); });
-  checkInside(wideOut, room, wideCanary, [&](WideChar* out) { U82T(out, n, capacity); });
-  checkInside(narrowOut, room, byteCanary, [&](char* out) { T2U8(out, w, capacity); });
-  checkInside(bytes, room, static_cast<unsigned char>(0x5A), [&](unsigned char* out) {
+  const mlib::WideChar* w = wide.data();
+  const auto room = static_cast<std::size_t>(capacity);
+  using Wide = mlib::WideChar;
+  checkInside<Wide>(room, true, [&](Wide* out) { ANSIToWide(out, n, capacity); });
+  checkInside<char>(room, true, [&](char* out) { WideToANSI(out, w, capacity); });
+  checkInside<Wide>(room, false, [&](Wide* out) { Utf8ToWide(out, n, capacity); });
+  checkInside<char>(room, false, [&](char* out) { WideToUtf8(out, w, capacity); });
+  checkInside<char>(room, false, [&](char* out) { U82A(out, n, capacity); });
+  checkInside<Wide>(room, false, [&](Wide* out) { U82T(out, n, capacity); });
+  checkInside<char>(room, false, [&](char* out) { T2U8(out, w, capacity); });
+  checkInside<unsigned char>(room, false, [&](unsigned char* out) {
     const int written = HexStringToByte(w, out, capacity);
     if (written < 0 || written > capacity) __builtin_trap();
   });
-  checkInside(narrowOut, room, byteCanary, [&](char* out) {
+  checkInside<char>(room, false, [&](char* out) {
     ByteToHex(data, static_cast<unsigned>(size), out, static_cast<unsigned>(capacity), spaced);
   });
-  checkInside(wideOut, room, wideCanary, [&](WideChar* out) {
+  checkInside<Wide>(room, false, [&](Wide* out) {
     ByteToHexString(data, static_cast<int>(size), out, static_cast<unsigned>(capacity), spaced);
   });
-
   (void)ATOI(w);
   (void)ATOI64(w);
   (void)ATOF(w);

@@ -17,41 +17,34 @@ using WideString = std::basic_string<WideChar>;
 
 namespace {
 
-// What a cutting copy or conversion leaves in a buffer of `size` elements: the text cut to
-// capacity - 1, zeros up to the capacity, the canaries '~' after.
-template <typename C>
-std::basic_string<C> cutAndFilled(std::basic_string<C> text, int capacity, std::size_t size) {
-  text.resize(std::min(text.size(), static_cast<std::size_t>(capacity) - 1));
-  text.resize(static_cast<std::size_t>(capacity), 0);
-  text.resize(size, '~');
-  return text;
+// A cutting copy or conversion of src into 8 elements fenced by '~', at every capacity: the
+// whole output cut to the last character (`step` elements each) within capacity - 1, zeros
+// up to the capacity, the fence untouched. A null pointer or capacity 0 gives null and
+// writes nothing.
+template <typename Out, typename In>
+void expectCuts(Out* (*copy)(Out*, const In*, int), const std::basic_string<In>& src,
+                const std::basic_string<Out>& want, std::size_t step = 1) {
+  for (int capacity = 1; capacity <= 8; ++capacity) {
+    std::basic_string<Out> dst(8, '~');
+    ASSERT_EQ(copy(&dst[0], src.c_str(), capacity), &dst[0]);
+    std::basic_string<Out> cut =
+        want.substr(0, (static_cast<std::size_t>(capacity) - 1) / step * step);
+    cut.resize(static_cast<std::size_t>(capacity), 0);
+    EXPECT_EQ(dst, cut + std::basic_string<Out>(8 - cut.size(), '~')) << "capacity " << capacity;
+  }
+  Out one[1] = {'~'};
+  EXPECT_EQ(copy(nullptr, src.c_str(), 2), nullptr);
+  EXPECT_EQ(copy(one, nullptr, 2), nullptr);
+  EXPECT_EQ(copy(one, src.c_str(), 0), nullptr);
+  EXPECT_EQ(one[0], '~');
 }
 
 }  // namespace
 
-TEST(CopyHelpers, CopiesZeroFillCutAndRefuseBadArguments) {
+TEST(CopyHelpers, CopiesAndAnsiConversionsCutWholeCharactersAndZeroFill) {
   const WideString text = MLIB_T("abcdef");
-  for (auto copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) {
-    for (int capacity = 1; capacity <= 8; ++capacity) {
-      WideString dst(8, '~');
-      ASSERT_EQ(copy(&dst[0], text.c_str(), capacity), &dst[0]);
-      EXPECT_EQ(dst, cutAndFilled(text, capacity, 8)) << "capacity " << capacity;
-    }
-    WideChar dst[2] = {'~', '~'};
-    EXPECT_EQ(copy(nullptr, MLIB_T("a"), 2), nullptr);
-    EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
-    EXPECT_EQ(copy(dst, MLIB_T("a"), 0), nullptr);
-    EXPECT_EQ(dst[0], '~');
-  }
-  for (int capacity = 1; capacity <= 8; ++capacity) {
-    std::string dst(8, '~');
-    ASSERT_EQ(StrCpyA(&dst[0], "abcdef", capacity), &dst[0]);
-    EXPECT_EQ(dst, cutAndFilled(std::string("abcdef"), capacity, 8)) << "capacity " << capacity;
-  }
-  char narrow[2] = {'~', '~'};
-  EXPECT_EQ(StrCpyA(narrow, "ab", 0), nullptr);
-  EXPECT_EQ(StrCpyA(narrow, nullptr, 2), nullptr);
-  EXPECT_EQ(narrow[0], '~');
+  for (auto copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) expectCuts(copy, text, text);
+  expectCuts(StrCpyA, std::string("abcdef"), std::string("abcdef"));
   // StrCpyN copies min(count, capacity - 1) characters (none for a negative count) and a
   // terminator, and leaves the rest alone.
   for (int count : {-3, 0, 2, 4, 6, 10}) {
@@ -67,6 +60,26 @@ TEST(CopyHelpers, CopiesZeroFillCutAndRefuseBadArguments) {
   WideChar dst[4];
   EXPECT_EQ(StrCpyN(dst, MLIB_T("a"), 1, 0), nullptr);
   EXPECT_EQ(StrCpyN(dst, nullptr, 1, 4), nullptr);
+  if (AnsiCodePageScope scope(1252); scope.active) {  // one byte a character
+    const struct {
+      std::string ansi;
+      WideString wide;
+    } rows[] = {{"abcd", MLIB_T("abcd")},
+                {"", MLIB_T("")},
+                {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
+                {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
+    for (const auto& r : rows) {
+      SCOPED_TRACE(r.ansi);
+      for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
+        if (r.ansi.find('?') == std::string::npos) expectCuts(convert, r.ansi, r.wide);
+      }
+      for (auto convert : {WideToANSI, StrW2A, StrT2A}) expectCuts(convert, r.wide, r.ansi);
+    }
+  }
+  if (AnsiCodePageScope scope(936); scope.active) {  // a cut never splits a double-byte pair
+    expectCuts(WideToANSI, WideString(MLIB_T("\u4E2D\u6587")), std::string("\xD6\xD0\xCE\xC4"), 2);
+    expectCuts(ANSIToWide, std::string("\xD6\xD0\xCE\xC4"), WideString(MLIB_T("\u4E2D\u6587")));
+  }
 }
 
 TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
@@ -83,7 +96,6 @@ TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
     EXPECT_EQ(copy(dst, src, -1), dst);
     EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
   }
-
   char* narrow = new char[4]{'a', 'b', 'c', '\0'};
   EXPECT_EQ(ResizeBufferA(narrow, 0), narrow) << "capacity 0 returns the buffer itself";
   EXPECT_EQ(ResizeBufferA(nullptr, 8), nullptr);
@@ -101,63 +113,6 @@ TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
     EXPECT_EQ(WideString(wide, 5), WideString(MLIB_T("ab\0\0\0"), 5));
     delete[] wide;
   }
-}
-
-TEST(Conversions, AnsiAndWideCutAtTheExactBoundary) {
-  MLIB_USE_ANSI_CODE_PAGE(1252);
-  // Text that needs exactly the capacity fits whole; 1252 has one byte per character, so
-  // every capacity leaves the text cut to capacity - 1, then zeros.
-  const struct {
-    std::string ansi;
-    WideString wide;
-  } rows[] = {{"abcd", MLIB_T("abcd")},
-              {"", MLIB_T("")},
-              {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
-              {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
-  for (const auto& r : rows) {
-    for (int capacity = 1; capacity <= 6; ++capacity) {
-      SCOPED_TRACE(testing::Message() << r.ansi << ", capacity " << capacity);
-      for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
-        if (r.ansi.find('?') != std::string::npos) break;
-        WideString dst(8, '~');
-        ASSERT_EQ(convert(&dst[0], r.ansi.c_str(), capacity), &dst[0]);
-        EXPECT_EQ(dst, cutAndFilled(r.wide, capacity, 8));
-      }
-      for (auto convert : {WideToANSI, StrW2A, StrT2A}) {
-        std::string dst(8, '~');
-        ASSERT_EQ(convert(&dst[0], r.wide.c_str(), capacity), &dst[0]);
-        EXPECT_EQ(dst, cutAndFilled(r.ansi, capacity, 8));
-      }
-    }
-  }
-  WideChar wide[2] = {'~', '~'};
-  char narrow[2] = {'~', '~'};
-  EXPECT_EQ(StrA2W(wide, "a", 0), nullptr);
-  EXPECT_EQ(StrA2T(wide, "a", 0), nullptr);
-  EXPECT_EQ(ANSIToWide(wide, nullptr, 2), nullptr);
-  EXPECT_EQ(StrW2A(narrow, MLIB_T("a"), 0), nullptr);
-  EXPECT_EQ(StrT2A(narrow, MLIB_T("a"), 0), nullptr);
-  EXPECT_EQ(WideToANSI(nullptr, MLIB_T("a"), 2), nullptr);
-  EXPECT_EQ(wide[0] + narrow[0], '~' + '~');
-}
-
-TEST(Conversions, DoubleByteCharactersAreNeverSplitByACut) {
-  MLIB_USE_ANSI_CODE_PAGE(936);
-  const struct {
-    int capacity;
-    std::string want;
-  } rows[] = {{5, std::string("\xD6\xD0\xCE\xC4\0", 5)},
-              {4, std::string("\xD6\xD0\0\0", 4)},  // the second character would need slot 3 too
-              {3, std::string("\xD6\xD0\0", 3)},
-              {2, std::string("\0\0", 2)}};
-  for (const auto& r : rows) {
-    std::string dst(static_cast<std::size_t>(r.capacity), '~');
-    ASSERT_EQ(WideToANSI(&dst[0], MLIB_T("\u4E2D\u6587"), r.capacity), &dst[0]);
-    EXPECT_EQ(dst, r.want) << "capacity " << r.capacity;
-  }
-  WideChar wide[3];
-  ASSERT_EQ(ANSIToWide(wide, "\xD6\xD0\xCE\xC4", 2), wide);
-  EXPECT_EQ(WideString(wide, 2), WideString(MLIB_T("\u4E2D\0"), 2));
 }
 
 TEST(Conversions, Utf8KeepsEveryCharacterAndCutsWhole) {
@@ -193,7 +148,6 @@ TEST(Conversions, TripsThroughAnsiKeepOnlyWhatTheCodePageHolds) {
   EXPECT_EQ(utf8, std::string("\xC3\xA9\xC3\xA9\0\0~", 7));
   ASSERT_EQ(ANSIToUtf8(&utf8[0], nullptr, 6), &utf8[0]);
   EXPECT_EQ(utf8[0], '\0') << "a null source is empty text";
-
   WideChar wide[8] = {'~'};
   EXPECT_EQ(U82T(wide, "\xC3\xA9\xE4\xB8\xAD", 0), wide);
   EXPECT_EQ(wide[0], '~') << "capacity 0 leaves the destination untouched";

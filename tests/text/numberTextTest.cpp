@@ -102,11 +102,11 @@ TEST(NumberText, DigitTests) {
     EXPECT_EQ(IsNumber(r.text), r.want) << testing::PrintToString(WideString(r.text));
   }
   EXPECT_FALSE(IsNumber(nullptr));
+  const WideString digits = MLIB_T("0123456789ABCDEFabcdef");
   for (unsigned c = 0; c <= 0xFFFF; ++c) {  // every unit: the 22 digits, and 0 for all others
-    const WideString digits = MLIB_T("0123456789ABCDEFabcdef");
     const std::size_t i = digits.find(static_cast<WideChar>(c));
-    const int want = i == WideString::npos ? 0 : static_cast<int>(i < 16 ? i : i - 6);
-    EXPECT_EQ(HexCharToDecimal(static_cast<WideChar>(c)), want) << c;
+    EXPECT_EQ(HexCharToDecimal(static_cast<WideChar>(c)), i > 21 ? 0 : int(i < 16 ? i : i - 6))
+        << c;
   }
 }
 

@@ -34,15 +34,13 @@ int main(void) {
         "Utf8ToWide decodes a two-byte character");
   check(strcmp(WideToUtf8(narrow, wide, 16), "caf\xC3\xA9") == 0, "UTF-8 survives the trip");
   check(sameWide(ANSIToWide(wide, "abcdef", 3), MLIB_T("ab")), "ANSIToWide cuts to capacity - 1");
-  check(ANSIToWide(NULL, "abc", 3) == NULL, "a null destination gives null");
   check(sameWide(ITOA(-12345, 0, wide, 32), MLIB_T("-12345")), "ITOA");
   check(sameWide(I64TOA(-9000000000LL, wide, 32), MLIB_T("-9000000000")), "I64TOA");
-  check(ATOI(MLIB_T("  -42x")) == -42, "ATOI stops at the first other character");
   check(ATOI64(MLIB_T("9000000001")) == 9000000001LL, "ATOI64");
   check(ATOF(MLIB_T("2.5")) == 2.5, "ATOF");
   /* bool results: a C _Bool and a C++ bool must agree. */
   check(IsNumber(MLIB_T("3.14")) == true && IsNumber(MLIB_T("3.")) == false, "IsNumber");
-  check(HexCharToDecimal(MLIB_T('f')) == 15, "HexCharToDecimal");
+  check(HexCharToDecimal(MLIB_T('f')) == 15, "HexCharToDecimal takes one wide character");
   check(GetStringHashCode("ab") == 97 * 131 + 98 && GetStringHashCode(NULL) == -1, "hashes");
   check(GetStringHashCodeT(MLIB_T("ab")) == GetStringHashCode("ab"), "GetStringHashCodeT");
   QuickSort(values, 0, 6);
