@@ -122,7 +122,6 @@ TEST(Registry, SystemTextsTheCapturedCodeAddingKeepsTheFirstAndARefillWaitsForAn
   for (int code = 0; code >= -8; --code) e.RemoveExceptionInfo(code);
   e.RemoveExceptionInfo(4242);                    // not there: nothing happens
   EXPECT_TRUE(e.GetExceptionInfo(-6).IsEmpty());  // the system has no text for -6
-  EXPECT_EQ(ascii(MxException(-4).GetExceptionInfo()), kBuiltIns[1]);
   EXPECT_EQ(MxException::GetExceptionMap().GetCount(), 1u);
   e.RemoveExceptionInfo(100);
   EXPECT_TRUE(MxException::GetExceptionMap().IsEmpty());
@@ -130,7 +129,6 @@ TEST(Registry, SystemTextsTheCapturedCodeAddingKeepsTheFirstAndARefillWaitsForAn
   EXPECT_TRUE(e.GetExceptionInfo(100) == MxException::FormatErrorCodeToMessage(100));
   EXPECT_EQ(MxException::GetExceptionMap().GetCount(), 9u);
   for (int code = 0; code >= -8; --code) {
-    EXPECT_EQ(ascii(e.GetExceptionInfo(code)), kBuiltIns[-code]) << code;
     EXPECT_EQ(ascii(MxException(code).GetExceptionInfo()), kBuiltIns[-code]) << code;
   }
 }
