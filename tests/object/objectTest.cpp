@@ -48,7 +48,7 @@ TEST(Mtype, NamesSplitAtTheLastSpaceAndTheFirstColonsAfterItAndCompareByFullName
        "class mlib::MakeFinal<class mlib::mtype>|mlib|mtype>"},
       {named(""), "||"},
       {named("a::b::c"), "a::b::c|a|b::c"},
-      {named("a::B::c"), "a::B::c|a|B::c"},
+      {named("a::B::c"), "a::B::c|a|B::c"},  // only the case differs from the row above
       {named("::Foo"), "::Foo||Foo"},
       {copy, "class a::b::Leaf|a|b::Leaf"},
       {assigned, "class a::b::Leaf|a|b::Leaf"},
