@@ -10,116 +10,91 @@
 // Lets the allocation test see malloc refuse a huge request instead of stopping the program.
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 
-namespace mlib::detail {
-// Reaches the record's private construction and naming.
-struct MtypeAccess {
+namespace mlib {
+namespace detail {
+struct MtypeAccess {  // reaches the record's private construction and naming
   static mtype named(const char* name) {
     mtype type;
-    type.setName(name);
+    type.setName(name);  // a null name leaves it unnamed
     return type;
   }
-  static mtype unnamed() { return mtype(); }
 };
-}  // namespace mlib::detail
-
-namespace outer::inner {
-struct Deep : mlib::MxObject {};
-}  // namespace outer::inner
+}  // namespace detail
 
 namespace {
 
-using mlib::mtype;
-using mlib::MxObject;
-using mlib::detail::MtypeAccess;
-
-struct Probe : MxObject {
-  explicit Probe(int v = 0) : value(v) {}
-  int value;
-};
+mtype named(const char* name) { return detail::MtypeAccess::named(name); }
 
 std::string str(const char* text) { return text == nullptr ? "<null>" : text; }
 
-TEST(Mtype, NamesSplitAtTheLastSpaceAndTheFirstColonsAfterIt) {
-  auto* source = new mtype(MtypeAccess::named("class a::b::Leaf"));
+TEST(Mtype, NamesSplitAtTheLastSpaceAndTheFirstColonsAfterItAndCompareByFullName) {
+  auto* source = new mtype(named("class a::b::Leaf"));
   const mtype copy(*source);
-  mtype assigned = MtypeAccess::named("z::Z");
+  mtype assigned = named("z::Z");
   assigned = *source;
-  EXPECT_NE(copy.GetFullName(), source->GetFullName());
-  EXPECT_NE(assigned.GetClassNameW(), source->GetClassNameW());
+  EXPECT_TRUE(copy.GetFullName() != source->GetFullName() &&
+              assigned.GetClassNameW() != source->GetClassNameW());
   delete source;  // the copies own their texts
   const char* before = assigned.GetFullName();
   const mtype& alias = assigned;
   assigned = alias;
   EXPECT_EQ(assigned.GetFullName(), before) << "self-assignment changes nothing";
-
-  struct Row {
-    mtype type;
-    const char* name;
-    const char* namespaceName;
-    const char* className;
+  const std::pair<mtype, std::string> rows[] = {
+      // the record; full name|namespace|class
+      {named("class mlib::String"), "class mlib::String|mlib|String"},
+      {named("class Foo"), "class Foo|class Foo|class Foo"},
+      {named("mlib::String"), "mlib::String|mlib|String"},
+      {named("class mlib::MakeFinal<class mlib::mtype>"),
+       "class mlib::MakeFinal<class mlib::mtype>|mlib|mtype>"},
+      {named(""), "||"},
+      {named("a::b::c"), "a::b::c|a|b::c"},
+      {named("a::B::c"), "a::B::c|a|B::c"},  // only the case differs from the row above
+      {named("::Foo"), "::Foo||Foo"},
+      {copy, "class a::b::Leaf|a|b::Leaf"},
+      {assigned, "class a::b::Leaf|a|b::Leaf"},
+      {named(nullptr), "<null>|<null>|<null>"},
+      {static_cast<const MxObject&>(MxException(1)).GetType(),
+       "mlib::MxException|mlib|MxException"},
+      {MxException(5).GetType(), "mlib::MxException|mlib|MxException"},
+      {MxBaseException(1, 0, nullptr).GetType(), "mlib::MxBaseException|mlib|MxBaseException"},
   };
-  const Row rows[] = {
-      {MtypeAccess::named("class mlib::String"), "class mlib::String", "mlib", "String"},
-      {MtypeAccess::named("class a::b::Leaf"), "class a::b::Leaf", "a", "b::Leaf"},
-      {MtypeAccess::named("class Foo"), "class Foo", "class Foo", "class Foo"},
-      {MtypeAccess::named("mlib::String"), "mlib::String", "mlib", "String"},
-      {MtypeAccess::named("class mlib::MakeFinal<class mlib::mtype>"),
-       "class mlib::MakeFinal<class mlib::mtype>", "mlib", "mtype>"},
-      {MtypeAccess::named(""), "", "", ""},
-      {MtypeAccess::named("a::b::c"), "a::b::c", "a", "b::c"},
-      {MtypeAccess::named("::Foo"), "::Foo", "", "Foo"},
-      {copy, "class a::b::Leaf", "a", "b::Leaf"},
-      {assigned, "class a::b::Leaf", "a", "b::Leaf"},
-      {static_cast<const MxObject&>(mlib::MxException()).GetType(), "mlib::MxException", "mlib",
-       "MxException"},
-      {outer::inner::Deep().GetType(), "outer::inner::Deep", "outer", "inner::Deep"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(str(row.type.GetFullName()), row.name);
-    EXPECT_EQ(str(row.type.GetNamespaceName()), row.namespaceName);
-    EXPECT_EQ(str(row.type.GetClassNameW()), row.className);
+  for (const auto& [type, want] : rows) {
+    EXPECT_EQ(str(type.GetFullName()) + "|" + str(type.GetNamespaceName()) + "|" +
+                  str(type.GetClassNameW()),
+              want);
+    // Equal when both are named and the full names match byte for byte.
+    for (const auto& [other, otherWant] : rows) {
+      const bool equal = type.GetFullName() != nullptr &&
+                         want.substr(0, want.find('|')) == otherWant.substr(0, otherWant.find('|'));
+      EXPECT_TRUE((type == other) == equal && (type != other) != equal)
+          << want << " vs " << otherWant;
+    }
   }
 }
 
-TEST(Mtype, EqualityNeedsTwoNamedRecordsWithTheSameFullName) {
-  const mtype unnamed = MtypeAccess::unnamed(), b = MtypeAccess::named("a::B");
-  EXPECT_EQ(unnamed.GetFullName(), nullptr);
-  EXPECT_TRUE(b == MtypeAccess::named("a::B") &&
-              mlib::MxException(1).GetType() == mlib::MxException(5).GetType());
-  for (const mtype& other : {MtypeAccess::named("a::b"), MtypeAccess::named("c::B"), unnamed}) {
-    EXPECT_FALSE(b == other || other == b) << str(other.GetFullName());
-  }
-  EXPECT_FALSE(unnamed == unnamed);
-  EXPECT_FALSE(mlib::MxException(1).GetType() == mlib::MxBaseException(1, 0, nullptr).GetType());
-}
-
-TEST(MxObject, IdentityRootTextAndCopiesThatCopyNothing) {
-  Probe a(7);
-  Probe b(7);  // same class, same contents, another object
-  MxObject& ra = a;
-  MxObject& rb = b;
+TEST(MxObject, IdentityRootTextCopiesThatCopyNothingAndTheHeapOperators) {
+  struct Probe : MxObject {
+    int value = 7;
+  };
+  Probe a, b;  // same class, same contents, two objects
+  MxObject &ra = a, &rb = b;
   EXPECT_TRUE(ra.Equals(ra) && ra == ra && ra.GetThisObjectBuffer() == &a);
-  EXPECT_FALSE(ra.Equals(rb) || ra == rb);
+  EXPECT_TRUE(!ra.Equals(rb) && !(ra == rb) && ra != rb);
   b.value = 2;
   rb.Clone(ra);
-  mlib::MxException other;
+  MxException other;
   rb = static_cast<MxObject&>(other);  // the root's assignment, across classes
-  EXPECT_EQ(b.value, 2);
-  EXPECT_TRUE(rb.GetType() == ra.GetType());
-
-  const mlib::String root(MLIB_T(
+  EXPECT_TRUE(b.value == 2 && rb.GetType() == ra.GetType());
+  const String root(MLIB_T(
       "String can not be printed, as the class couldn't interpret this type of instance yet."));
-  const mlib::MxBaseException base(-4, 3, MLIB_T("not printed"));  // does not override it
+  const MxBaseException base(-4, 3, MLIB_T("not printed"));  // does not override it
   EXPECT_TRUE(static_cast<const MxObject&>(base).PrintToString() == root);
   EXPECT_TRUE(ra.PrintToString() == root);
-}
 
-TEST(MxObject, AllocationOperatorsUseTheRuntimeHeapAndNeverThrow) {
-  Probe* many = new Probe[3]{Probe(1), Probe(2), Probe(3)};
-  ASSERT_TRUE(many != nullptr && many[2].value == 3);
+  Probe* many = new Probe[3];
+  ASSERT_TRUE(many != nullptr && many[2].value == 7);
   delete[] many;
-  delete new Probe(4);
+  delete new Probe;
   // The heap refuses: null, no exception, no constructor run.
   volatile std::size_t hugeSize = SIZE_MAX / 2;  // a run-time count
   const std::size_t huge = hugeSize;
@@ -130,3 +105,4 @@ TEST(MxObject, AllocationOperatorsUseTheRuntimeHeapAndNeverThrow) {
 }
 
 }  // namespace
+}  // namespace mlib

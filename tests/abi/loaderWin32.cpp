@@ -5,10 +5,9 @@
 
 namespace loader {
 
-void* load(const std::string& path, std::string& error) {
-  HMODULE library = ::LoadLibraryA(path.c_str());
-  if (library == nullptr)
-    error = "LoadLibrary failed with error " + std::to_string(::GetLastError());
+void* load(const std::string& fileName, std::string& error) {
+  HMODULE library = ::LoadLibraryA(fileName.c_str());
+  if (library == nullptr) error = "LoadLibrary failed: " + std::to_string(::GetLastError());
   return reinterpret_cast<void*>(library);
 }
 
