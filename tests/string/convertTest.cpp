@@ -1,6 +1,5 @@
-// String::Format and the number constructors (the conversions, the buffer rule and its growth,
-// decimal cutting, independence from the C locale), and String's number reading, radix
-// conversions, byte <-> hexadecimal text and UTF-8.
+// String::Format and the number constructors (buffer rule and growth, decimal cutting, the C
+// locale ignored), number reading, radix conversions, byte <-> hexadecimal text and UTF-8.
 #include <gtest/gtest.h>
 #include <mlib/byte.h>
 #include <mlib/string.h>
@@ -8,7 +7,9 @@
 
 #include <climits>
 #include <clocale>
+#include <cstdint>
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "byteContent.h"
@@ -17,7 +18,6 @@
 
 namespace {
 
-using mlib::Byte;
 using mlib::String;
 using mlib::WideChar;
 using mlib::detail::StringAccess;
@@ -42,33 +42,26 @@ int floatBits(float value) {
 }
 
 TEST(Format, Conversions) {
-  struct Row {
+  const WideChar* const noText = nullptr;
+  const struct Row {
     String got;
     std::u16string want;
-    const char* why;
-  } const rows[] = {
-      {formatted(MLIB_T("%d items"), 42), u"42 items", "decimal"},
-      {formatted(MLIB_T("%d|%d|%d"), -7, INT_MIN, INT_MAX), u"-7|-2147483648|2147483647", "ints"},
-      {formatted(MLIB_T("%u"), -1), u"4294967295", "unsigned reading of -1"},
-      {formatted(MLIB_T("%x|%X|%x|%X"), 0x1234, 0xAB, 5, 0x100), u"34|AB|5|0",
-       "low byte, no leading zero"},
-      {formatted(MLIB_T("%f|%f"), 0.5, -1.25), u"0.500000|-1.250000", "six decimals"},
-      {formatted(MLIB_T("%f|%f"), 2.0 / 3.0, 1e20), u"0.666667|100000000000000000000.000000",
-       "rounding, large"},
-      {formatted(MLIB_T("%f"), 1e60),
-       u"999999999999999949387135297074018866963645011013410073083904.000000",
-       "longer than any fixed piece buffer"},
-      {formatted(MLIB_T("%t|%t"), floatBits(1.5f), floatBits(-0.1f)), u"1.500000|-0.100000",
-       "float bits"},
-      {formatted(MLIB_T("%c%c|%c"), 'A', 0x142, 0xE9), u"AB|\uFFE9",
-       "low byte; high byte sign-extended"},
-      {formatted(MLIB_T("%s|%s[%s]"), MLIB_T("text"), static_cast<const WideChar*>(nullptr),
-                 MLIB_T("")),
-       u"text|[]", "null text gives nothing"},
-      {formatted(MLIB_T("%5d|%%d|%q%d|50%"), 3, 1), u"%5d|%3|%q1|50%", "not conversions: copied"},
-      {formatted(MLIB_T("%d %s %f %u"), 1, MLIB_T("x"), 0.25, 2u), u"1 x 0.250000 2", "mixed"},
+  } rows[] = {
+      {formatted(MLIB_T("%d items"), 42), u"42 items"},
+      {formatted(MLIB_T("%d|%d|%d"), -7, INT_MIN, INT_MAX), u"-7|-2147483648|2147483647"},
+      {formatted(MLIB_T("%u"), -1), u"4294967295"},
+      {formatted(MLIB_T("%x|%X|%x|%X"), 0x1234, 0xAB, 5, 0x100), u"34|AB|5|0"},  // low byte
+      {formatted(MLIB_T("%f|%f|%f"), 0.5, -1.25, 2.0 / 3.0), u"0.500000|-1.250000|0.666667"},
+      {formatted(MLIB_T("%f"), 1e20), u"100000000000000000000.000000"},
+      {formatted(MLIB_T("%f"), 1e60),  // longer than any fixed piece buffer
+       u"999999999999999949387135297074018866963645011013410073083904.000000"},
+      {formatted(MLIB_T("%t|%t"), floatBits(1.5f), floatBits(-0.1f)), u"1.500000|-0.100000"},
+      {formatted(MLIB_T("%c%c|%c"), 'A', 0x142, 0xE9), u"AB|\uFFE9"},  // high byte sign-extended
+      {formatted(MLIB_T("%s|%s[%s]"), MLIB_T("text"), noText, MLIB_T("")), u"text|[]"},
+      {formatted(MLIB_T("%5d|%%d|%q%d|50%"), 3, 1), u"%5d|%3|%q1|50%"},  // copied as they are
+      {formatted(MLIB_T("%d %s %f %u"), 1, MLIB_T("x"), 0.25, 2u), u"1 x 0.250000 2"},
   };
-  for (const Row& r : rows) EXPECT_EQ(shown(r.got), r.want) << r.why;
+  for (const Row& r : rows) EXPECT_EQ(shown(r.got), r.want) << "row " << &r - rows;
 }
 
 TEST(Format, BufferRuleAndGrowth) {
@@ -85,14 +78,11 @@ TEST(Format, BufferRuleAndGrowth) {
   edge.AllocBuffer(513);
   edge.Format(MLIB_T("%d"), 12);
   EXPECT_EQ(state(edge), State(u"12", 515));
-
-  // A 600-unit piece: limit 514 -> 600 + 2 x 514.
+  // A 600-unit piece: limit 514 -> 600 + 2 x 514; a piece filling the limit, then literals.
   const std::u16string y600(600, u'y'), x517(517, u'x'), a2000(2000, u'a'), b3000(3000, u'b');
-  const String grown = formatted(MLIB_T("%s"), wide(y600));  // capacity 1629
-  EXPECT_EQ(units(grown), y600 + std::u16string(1029, u'\0'));
-  // A piece that fills the limit exactly, then literals: each literal is a piece of one.
-  const String literal = formatted(MLIB_T("%sabc"), wide(x517));
-  EXPECT_EQ(units(literal), x517 + u"abc" + std::u16string(516, u'\0'));
+  EXPECT_EQ(units(formatted(MLIB_T("%s"), wide(y600))), y600 + std::u16string(1029, u'\0'));
+  EXPECT_EQ(units(formatted(MLIB_T("%sabc"), wide(x517))),
+            x517 + u"abc" + std::u16string(516, u'\0'));
   // need = 4 + 512; 2000 > 516 gives 2000 + 1032; then 3000 > 3032 - 2000 gives 3000 + 6064.
   EXPECT_EQ(state(formatted(MLIB_T("%s%s"), wide(a2000), wide(b3000))), State(a2000 + b3000, 9065));
 }
@@ -106,7 +96,6 @@ TEST(Format, LeavesTheAnsiBufferAndReadsItsOwnTextFirst) {
   EXPECT_EQ(units(s), u"5-ok" + std::u16string(697, u'\0'));
   EXPECT_EQ(StringAccess::ansiBuffer(s), ansi);
   EXPECT_EQ(s.GetAnsiLength(), 700) << "the ANSI text still describes the older text";
-
   String own(MLIB_T("world"));
   own.toAnsi();
   own.Format(MLIB_T("[%s|%s]"), own.toString(), own.GetBuffer(2));  // replaced buffer
@@ -120,28 +109,26 @@ TEST(Format, LeavesTheAnsiBufferAndReadsItsOwnTextFirst) {
 }
 
 TEST(Format, NumberConstructorsAndAssignments) {
-  struct Row {
+  const struct Row {
     String got;
     State want;
-    const char* why;
-  } const rows[] = {
-      {String(-42), {u"-42", 515}, "int"},
-      {String(4294967295u), {u"4294967295", 515}, "unsigned"},
-      {String((1LL << 32) + 5), {u"4294967301", 515}, "64-bit, all digits"},
-      {String(LLONG_MIN), {u"-9223372036854775808", 515}, "64-bit minimum"},
-      {String(ULLONG_MAX), {u"18446744073709551615", 515}, "64-bit unsigned maximum"},
-      {String(3.14159, 2), {u"3.14", 515}, "cut to two"},
-      {String(3.14159, -1), {u"3.141590", 515}, "negative places keep six"},
-      {String(-2.5, 3), {u"-2.500", 515}, "trailing zeros stay"},
-      {String(1.999, 2), {u"1.99", 515}, "cut, not rounded up"},
-      {String(5.0, 0), {u"5", 515}, "no places drops the full stop"},
-      {String(1.5, 9), {u"1.500000", 515}, "more than six keeps six"},
-      {String(1.5f, 1), {u"1.5", 4}, "float: exact size"},
-      {String(0.25f, -1), {u"0.250000", 9}, "float, all six"},
+  } rows[] = {
+      {String(-42), {u"-42", 515}},
+      {String(4294967295u), {u"4294967295", 515}},
+      {String((1LL << 32) + 5), {u"4294967301", 515}},
+      {String(LLONG_MIN), {u"-9223372036854775808", 515}},
+      {String(ULLONG_MAX), {u"18446744073709551615", 515}},
+      {String(3.14159, 2), {u"3.14", 515}},
+      {String(3.14159, -1), {u"3.141590", 515}},  // negative places keep six
+      {String(-2.5, 3), {u"-2.500", 515}},
+      {String(1.999, 2), {u"1.99", 515}},  // cut, not rounded up
+      {String(5.0, 0), {u"5", 515}},
+      {String(1.5, 9), {u"1.500000", 515}},
+      {String(1.5f, 1), {u"1.5", 4}},  // float: exact size
+      {String(0.25f, -1), {u"0.250000", 9}},
   };
-  for (const Row& r : rows) EXPECT_EQ(state(r.got), r.want) << r.why;
+  for (const Row& r : rows) EXPECT_EQ(state(r.got), r.want) << "row " << &r - rows;
   EXPECT_EQ(units(String(3.14159, 2)), u"3.14" + std::u16string(511, u'\0')) << "cut decimals";
-
   String s(MLIB_T("ab")), big, n(1);
   s = 12;
   EXPECT_EQ(state(s), State(u"12", 515));
@@ -181,47 +168,68 @@ TEST(StringConvert, ReadsNumbers) {
   EXPECT_DOUBLE_EQ(String(MLIB_T("2.5")).toDouble(), 2.5);
 }
 
-// Every base conversion, as the static function and as the member.
+// The digits of v in a base, padded on the left with '0' to a multiple of `group`.
+std::u16string digits(std::uint32_t v, unsigned base, std::size_t group) {
+  std::u16string t;
+  do t.insert(t.begin(), u"0123456789ABCDEF"[v % base]);
+  while ((v /= base) != 0);
+  return std::u16string((group - t.size() % group) % group, u'0') + t;
+}
+
+// Every base conversion, as the static function and as the member: seeded 32-bit values
+// against their digits, then the malformed and out-of-range texts.
 TEST(StringConvert, RadixConversions) {
-  struct Row {
+  struct Conversion {
     String (*asStatic)(const String&);
     String (String::*asMember)() const;
+  };
+#define MLIB_BOTH(name) \
+  Conversion { &String::name, &String::name }
+  const Conversion toBinary = MLIB_BOTH(DecimalToBinary), binToDec = MLIB_BOTH(BinaryToDecimal),
+                   binToHex = MLIB_BOTH(BinaryToHex), toHex = MLIB_BOTH(DecimalToHex),
+                   hexToBin = MLIB_BOTH(HexToBinary), hexToDec = MLIB_BOTH(HexToDecimal);
+#undef MLIB_BOTH
+  const auto run = [](const Conversion& c, const WideChar* in) {
+    const String s(in);
+    const std::u16string got = shown(c.asStatic(s));
+    EXPECT_EQ(shown((s.*c.asMember)()), got) << "as the member";
+    return got;
+  };
+  std::mt19937 rng(2024);
+  for (int round = 0; round < 400; ++round) {
+    const std::uint32_t v = round < 20 ? round : rng() >> (rng() % 32);
+    const std::string decimal = std::to_string(static_cast<std::int32_t>(v));
+    const std::u16string dec(decimal.begin(), decimal.end()), hex = digits(v, 16, 1);
+    std::u16string lower = hex;
+    for (char16_t& c : lower) c = c >= u'A' ? c + 32 : c;
+    SCOPED_TRACE(decimal);
+    EXPECT_EQ(run(toBinary, wide(dec)), digits(v, 2, 8));
+    EXPECT_EQ(run(binToDec, wide(digits(v, 2, 1))), dec);
+    EXPECT_EQ(run(binToHex, wide(digits(v, 2, 1))), hex);
+    EXPECT_EQ(run(toHex, wide(dec)), digits(v, 16, 2));
+    EXPECT_EQ(run(hexToBin, wide(lower)), digits(v, 2, 4));
+    EXPECT_EQ(run(hexToDec, wide(hex)), dec);
+  }
+  const struct Row {
+    Conversion conversion;
     const WideChar* in;
     std::u16string want;
+  } rows[] = {
+      {toBinary, nullptr, u"00000000"},
+      {toBinary, MLIB_T("4294967296"), u"01111111111111111111111111111111"},  // saturated
+      {binToDec, MLIB_T("12"), u"4"},  // other digits count their face value
+      {binToDec, nullptr, u"0"},
+      {binToDec, MLIB_T("100000000000000000000000000000000"), u"0"},  // wraps
+      {binToHex, MLIB_T("2222"), u"U"},
+      {binToHex, MLIB_T(""), u"(null)"},
+      {hexToBin, MLIB_T("0x1F"), u"000000011111"},
+      {hexToBin, MLIB_T("xyz"), u"(null)"},
+      {hexToDec, MLIB_T("0x1F"), u"31"},
+      {hexToDec, MLIB_T("1FFFFFFFF"), u"-1"},
+      {hexToDec, MLIB_T("z1"), u"1"},
+      {hexToDec, nullptr, u"(null)"},
   };
-#define MLIB_BOTH(name) &String::name, &String::name
-  const Row rows[] = {
-      {MLIB_BOTH(DecimalToBinary), MLIB_T("5"), u"00000101"},
-      {MLIB_BOTH(DecimalToBinary), nullptr, u"00000000"},
-      {MLIB_BOTH(DecimalToBinary), MLIB_T("-5"), u"11111111111111111111111111111011"},
-      {MLIB_BOTH(DecimalToBinary), MLIB_T("4294967296"), u"01111111111111111111111111111111"},
-      {MLIB_BOTH(BinaryToDecimal), MLIB_T("101"), u"5"},
-      {MLIB_BOTH(BinaryToDecimal), MLIB_T("12"), u"4"},  // other digits count their face value
-      {MLIB_BOTH(BinaryToDecimal), nullptr, u"0"},
-      {MLIB_BOTH(BinaryToDecimal), MLIB_T("11111111111111111111111111111111"), u"-1"},
-      {MLIB_BOTH(BinaryToDecimal), MLIB_T("100000000000000000000000000000000"), u"0"},  // wraps
-      {MLIB_BOTH(BinaryToHex), MLIB_T("101"), u"5"},
-      {MLIB_BOTH(BinaryToHex), MLIB_T("11111"), u"1F"},
-      {MLIB_BOTH(BinaryToHex), MLIB_T("2222"), u"U"},
-      {MLIB_BOTH(BinaryToHex), MLIB_T(""), u"(null)"},
-      {MLIB_BOTH(DecimalToHex), MLIB_T("255"), u"FF"},
-      {MLIB_BOTH(DecimalToHex), MLIB_T("256"), u"0100"},
-      {MLIB_BOTH(DecimalToHex), MLIB_T("-1"), u"FFFFFFFF"},
-      {MLIB_BOTH(HexToBinary), MLIB_T("1f"), u"00011111"},
-      {MLIB_BOTH(HexToBinary), MLIB_T("0x1F"), u"000000011111"},
-      {MLIB_BOTH(HexToBinary), MLIB_T("xyz"), u"(null)"},
-      {MLIB_BOTH(HexToDecimal), MLIB_T("0x1F"), u"31"},
-      {MLIB_BOTH(HexToDecimal), MLIB_T("1FFFFFFFF"), u"-1"},
-      {MLIB_BOTH(HexToDecimal), MLIB_T("z1"), u"1"},
-      {MLIB_BOTH(HexToDecimal), nullptr, u"(null)"},
-  };
-#undef MLIB_BOTH
-  for (const Row& r : rows) {
-    const String in(r.in);
-    SCOPED_TRACE(&r - rows);
-    EXPECT_EQ(shown(r.asStatic(in)), r.want);
-    EXPECT_EQ(shown((in.*(r.asMember))()), r.want);
-  }
+  for (const Row& r : rows) EXPECT_EQ(run(r.conversion, r.in), r.want) << "row " << &r - rows;
 }
 
 TEST(StringConvert, BytesToHexText) {
@@ -237,7 +245,6 @@ TEST(StringConvert, BytesToHexText) {
   EXPECT_EQ(shown(s), u"1234");
   EXPECT_TRUE(String::ByteToHexString(bytes, 0, false).IsNull());
   EXPECT_EQ(shown(String::ByteToHexString(bytes, 1, true)), u"0A ");
-
   // Bytes read from the string's own buffer ("AB" as little-endian UTF-16 units) are made
   // aside, then land as an assignment puts them: the roomy buffer and the ANSI buffer stay.
   String self;
@@ -249,7 +256,6 @@ TEST(StringConvert, BytesToHexText) {
   self.ByteDataToHexString(bytes, 2, true);
   EXPECT_EQ(state(self), State(u"0A FF ", 21));
   EXPECT_EQ(StringAccess::ansiBuffer(self), ansi);
-
   EXPECT_EQ(shown(String(MLIB_T("AB")).ToHexString()), u"4142");
   EXPECT_TRUE(String().ToHexString().IsNull());
   if (GetAnsiCodePage() == 1252) {
@@ -258,7 +264,7 @@ TEST(StringConvert, BytesToHexText) {
 }
 
 TEST(StringConvert, HexTextToBytes) {
-  String s(MLIB_T("0A FF"));
+  String s(MLIB_T("0A FF")), noDigits(MLIB_T("xyz")), null;
   unsigned char out[4] = {0xEE, 0xEE, 0xEE, 0xEE};
   EXPECT_EQ(s.HexStringToByteData(out, 4), 2);
   EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 4), std::string("\x0A\xFF\0\0", 4));
@@ -268,17 +274,14 @@ TEST(StringConvert, HexTextToBytes) {
   out[0] = 0xEE;
   EXPECT_EQ(s.HexStringToByteData(out, 0x80000000u) + s.HexStringToByteData(out, ~0u), 0);
   EXPECT_EQ(out[0], 0xEE);
-
-  const Byte b = s.HexStringToByteData();
+  const mlib::Byte b = s.HexStringToByteData(), none = noDigits.HexStringToByteData();
   EXPECT_EQ(content(b), "\x0A\xFF");
   EXPECT_EQ(b.GetBufferLength(), 5);
-  String noDigits(MLIB_T("xyz")), null;
-  const Byte none = noDigits.HexStringToByteData();
   EXPECT_EQ(none.GetLength() * 10 + none.GetBufferLength(), 3);
   EXPECT_EQ(null.HexStringToByteData().GetData(), nullptr);
 }
 
-TEST(StringConvert, FromUtf8CutsAtUnits) {
+TEST(StringConvert, Utf8) {
   const unsigned char eAcute[] = {0xC3, 0xA9, 0};
   EXPECT_EQ(state(String::FromUtf8(eAcute, 2)), State(u"\u00E9", 2));
   EXPECT_TRUE(String::FromUtf8(eAcute, 0).IsNull());
@@ -293,13 +296,11 @@ TEST(StringConvert, FromUtf8CutsAtUnits) {
   EXPECT_EQ(shown(String::FromUtf8("a\xFF"
                                    "b")),
             u"a\uFFFDb");
-}
-
-TEST(StringConvert, ToUtf8GoesThroughAnsi) {
+  // ToUtf8 goes through the ANSI text.
   EXPECT_EQ(String::ToUtf8(String()).GetData(), nullptr);
   EXPECT_EQ(String::ToUtf8(String(MLIB_T(""))).GetLength(), 0);
   MLIB_USE_ANSI_CODE_PAGE(1252);
-  const Byte utf8 = String::ToUtf8(String(MLIB_T("a\u00E9\u20AC\u4E2D")));
+  const mlib::Byte utf8 = String::ToUtf8(String(MLIB_T("a\u00E9\u20AC\u4E2D")));
   EXPECT_EQ(content(utf8), "a\xC3\xA9\xE2\x82\xAC?");  // U+4E2D is not in 1252
   EXPECT_EQ(utf8.GetBufferLength(), 8);
 }
