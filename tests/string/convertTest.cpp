@@ -64,55 +64,31 @@ TEST(Format, Conversions) {
   for (const Row& r : rows) EXPECT_EQ(shown(r.got), r.want) << "row " << &r - rows;
 }
 
-TEST(Format, BufferRuleAndGrowth) {
-  EXPECT_EQ(state(formatted(MLIB_T(""))), State(u"", 513));
-  String unchanged(MLIB_T("keep"));
-  unchanged.Format(nullptr, 1);
-  EXPECT_EQ(state(unchanged), State(u"keep", 5));
-  // need = 2 + 512: a capacity above it is kept, one of exactly 514 is not.
-  String big, edge;
-  const WideChar* kept = big.AllocBuffer(599);
-  big.Format(MLIB_T("%d"), 12);
-  EXPECT_EQ(state(big), State(u"12", 600));
-  EXPECT_EQ(big.GetBuffer(0), kept);
-  edge.AllocBuffer(513);
-  edge.Format(MLIB_T("%d"), 12);
-  EXPECT_EQ(state(edge), State(u"12", 515));
-  // A 600-unit piece: limit 514 -> 600 + 2 x 514; a piece filling the limit, then literals.
-  const std::u16string y600(600, u'y'), x517(517, u'x'), a2000(2000, u'a'), b3000(3000, u'b');
-  EXPECT_EQ(units(formatted(MLIB_T("%s"), wide(y600))), y600 + std::u16string(1029, u'\0'));
-  EXPECT_EQ(units(formatted(MLIB_T("%sabc"), wide(x517))),
-            x517 + u"abc" + std::u16string(516, u'\0'));
-  // need = 4 + 512; 2000 > 516 gives 2000 + 1032; then 3000 > 3032 - 2000 gives 3000 + 6064.
-  EXPECT_EQ(state(formatted(MLIB_T("%s%s"), wide(a2000), wide(b3000))), State(a2000 + b3000, 9065));
-}
-
-TEST(Format, LeavesTheAnsiBufferAndReadsItsOwnTextFirst) {
+String sized(unsigned capacity) {  // no text in a buffer of capacity + 1 units
   String s;
-  s.AllocBuffer(700);
-  for (unsigned i = 0; i < 700; ++i) *s.GetBuffer(i) = 'z';
-  const char* ansi = s.toAnsi();
-  s.Format(MLIB_T("%d-%s"), 5, MLIB_T("ok"));
-  EXPECT_EQ(units(s), u"5-ok" + std::u16string(697, u'\0'));
-  EXPECT_EQ(StringAccess::ansiBuffer(s), ansi);
-  EXPECT_EQ(s.GetAnsiLength(), 700) << "the ANSI text still describes the older text";
-  String own(MLIB_T("world"));
-  own.toAnsi();
-  own.Format(MLIB_T("[%s|%s]"), own.toString(), own.GetBuffer(2));  // replaced buffer
-  EXPECT_EQ(state(own), State(u"[world|rld]", 520));
-  EXPECT_NE(StringAccess::ansiBuffer(own), nullptr);
-  own.Format(MLIB_T("<%s>"), own.toString());  // kept buffer: 520 > 4 + 512
-  EXPECT_EQ(state(own), State(u"<[world|rld]>", 520));
-  String f(MLIB_T("%d+%d"));
-  f.Format(f.toString(), 1, 2);
-  EXPECT_EQ(shown(f), u"1+2");
+  s.AllocBuffer(capacity);
+  return s;
+}
+template <typename Edit>
+String after(String s, Edit edit) {
+  edit(s);
+  return s;
 }
 
-TEST(Format, NumberConstructorsAndAssignments) {
+// Text and capacity: Format's buffer rule (need = pieces + 512; a capacity above it is kept)
+// and its growth, numbers in a 515-unit buffer (floats exact), decimals cut, not rounded.
+TEST(Format, BufferRuleGrowthAndNumberText) {
+  const std::u16string y600(600, u'y'), x517(517, u'x'), a2000(2000, u'a'), b3000(3000, u'b');
   const struct Row {
     String got;
     State want;
   } rows[] = {
+      {formatted(MLIB_T("")), {u"", 513}},
+      {after(String(MLIB_T("keep")), [](String& s) { s.Format(nullptr, 1); }), {u"keep", 5}},
+      {after(sized(599), [](String& s) { s.Format(MLIB_T("%d"), 12); }), {u"12", 600}},
+      {after(sized(513), [](String& s) { s.Format(MLIB_T("%d"), 12); }), {u"12", 515}},
+      // need = 4 + 512; 2000 > 516 gives 2000 + 1032; then 3000 > 3032 - 2000 gives 3000 + 6064.
+      {formatted(MLIB_T("%s%s"), wide(a2000), wide(b3000)), {a2000 + b3000, 9065}},
       {String(-42), {u"-42", 515}},
       {String(4294967295u), {u"4294967295", 515}},
       {String((1LL << 32) + 5), {u"4294967301", 515}},
@@ -121,28 +97,42 @@ TEST(Format, NumberConstructorsAndAssignments) {
       {String(3.14159, 2), {u"3.14", 515}},
       {String(3.14159, -1), {u"3.141590", 515}},  // negative places keep six
       {String(-2.5, 3), {u"-2.500", 515}},
-      {String(1.999, 2), {u"1.99", 515}},  // cut, not rounded up
+      {String(1.999, 2), {u"1.99", 515}},
       {String(5.0, 0), {u"5", 515}},
       {String(1.5, 9), {u"1.500000", 515}},
-      {String(1.5f, 1), {u"1.5", 4}},  // float: exact size
+      {String(1.5f, 1), {u"1.5", 4}},
       {String(0.25f, -1), {u"0.250000", 9}},
+      {after(String(MLIB_T("ab")), [](String& s) { s = 12; }), {u"12", 515}},
+      {after(String(MLIB_T("ab")), [](String& s) { s = 0.125; }), {u"0.125000", 515}},
+      {after(String(MLIB_T("ab")), [](String& s) { s = 4000000000u; }), {u"4000000000", 515}},
+      {after(sized(1000), [](String& s) { s = -3; }), {u"-3", 1001}},
+      {after(String(1), [](String& s) { s += MLIB_T(" apple"); }), {u"1 apple", 515}},  // reserve
   };
   for (const Row& r : rows) EXPECT_EQ(state(r.got), r.want) << "row " << &r - rows;
   EXPECT_EQ(units(String(3.14159, 2)), u"3.14" + std::u16string(511, u'\0')) << "cut decimals";
-  String s(MLIB_T("ab")), big, n(1);
-  s = 12;
-  EXPECT_EQ(state(s), State(u"12", 515));
-  s = 0.125;
-  EXPECT_EQ(state(s), State(u"0.125000", 515));
-  s = 4000000000u;
-  EXPECT_EQ(state(s), State(u"4000000000", 515));
-  big.AllocBuffer(1000);
-  big = -3;
-  EXPECT_EQ(state(big), State(u"-3", 1001));
-  const WideChar* reserve = n.GetBuffer(0);
-  n += MLIB_T(" apple");  // appends fit into the number's reserve
-  EXPECT_EQ(state(n), State(u"1 apple", 515));
-  EXPECT_EQ(n.GetBuffer(0), reserve);
+  // A 600-unit piece: limit 514 -> 600 + 2 x 514; a piece filling the limit, then literals.
+  EXPECT_EQ(units(formatted(MLIB_T("%s"), wide(y600))), y600 + std::u16string(1029, u'\0'));
+  EXPECT_EQ(units(formatted(MLIB_T("%sabc"), wide(x517))),
+            x517 + u"abc" + std::u16string(516, u'\0'));
+}
+
+TEST(Format, LeavesTheAnsiBufferAndReadsItsOwnTextFirst) {
+  String s = sized(700);
+  for (unsigned i = 0; i < 700; ++i) *s.GetBuffer(i) = 'z';
+  const char* ansi = s.toAnsi();
+  s.Format(MLIB_T("%d-%s"), 5, MLIB_T("ok"));
+  EXPECT_EQ(units(s), u"5-ok" + std::u16string(697, u'\0'));
+  EXPECT_EQ(StringAccess::ansiBuffer(s), ansi);
+  EXPECT_EQ(s.GetAnsiLength(), 700) << "the ANSI text still describes the older text";
+  String own(MLIB_T("world")), f(MLIB_T("%d+%d"));
+  own.toAnsi();
+  own.Format(MLIB_T("[%s|%s]"), own.toString(), own.GetBuffer(2));  // replaced buffer
+  EXPECT_EQ(state(own), State(u"[world|rld]", 520));
+  EXPECT_NE(StringAccess::ansiBuffer(own), nullptr);
+  own.Format(MLIB_T("<%s>"), own.toString());  // kept buffer: 520 > 4 + 512
+  EXPECT_EQ(state(own), State(u"<[world|rld]>", 520));
+  f.Format(f.toString(), 1, 2);
+  EXPECT_EQ(shown(f), u"1+2");
 }
 
 TEST(Format, NumbersIgnoreTheCLocale) {
@@ -234,21 +224,30 @@ TEST(StringConvert, RadixConversions) {
 
 TEST(StringConvert, BytesToHexText) {
   const unsigned char bytes[] = {0x0A, 0xFF};
-  String s(MLIB_T("abcd"));
-  s.ByteDataToHexString(bytes, 2, false);  // capacity 5 > 4 units: kept
-  EXPECT_EQ(state(s), State(u"0AFF", 5));
-  s.ByteDataToHexString(bytes, 2, true);  // 6 units: exactly 7
-  EXPECT_EQ(state(s), State(u"0A FF ", 7));
-  s.ByteDataToHexString(nullptr, 2, false);
-  EXPECT_EQ(state(s), State(u"", 7));
-  s.ByteDataToHexString(mlib::test::bytesOf("\x12\x34"), false);
-  EXPECT_EQ(shown(s), u"1234");
-  EXPECT_TRUE(String::ByteToHexString(bytes, 0, false).IsNull());
-  EXPECT_EQ(shown(String::ByteToHexString(bytes, 1, true)), u"0A ");
+  const State none(u"(null)", 0);
+  const struct Row {
+    String got;
+    State want;
+  } rows[] = {
+      // The capacity of "abcd" (5) is kept for 4 units, not for 6.
+      {after(String(MLIB_T("abcd")), [&](String& s) { s.ByteDataToHexString(bytes, 2, false); }),
+       {u"0AFF", 5}},
+      {after(String(MLIB_T("abcd")), [&](String& s) { s.ByteDataToHexString(bytes, 2, true); }),
+       {u"0A FF ", 7}},
+      {after(String(MLIB_T("ab")), [](String& s) { s.ByteDataToHexString(nullptr, 2, false); }),
+       {u"", 3}},
+      {after(String(),
+             [](String& s) { s.ByteDataToHexString(mlib::test::bytesOf("\x12\x34"), 0); }),
+       {u"1234", 5}},
+      {String::ByteToHexString(bytes, 0, false), none},
+      {String::ByteToHexString(bytes, 1, true), {u"0A ", 4}},
+      {String(MLIB_T("AB")).ToHexString(), {u"4142", 5}},
+      {String().ToHexString(), none},
+  };
+  for (const Row& r : rows) EXPECT_EQ(state(r.got), r.want) << "row " << &r - rows;
   // Bytes read from the string's own buffer ("AB" as little-endian UTF-16 units) are made
   // aside, then land as an assignment puts them: the roomy buffer and the ANSI buffer stay.
-  String self;
-  self.AllocBuffer(20);
+  String self = sized(20);
   self = MLIB_T("AB");
   const char* ansi = self.toAnsi();
   self.ByteDataToHexString(reinterpret_cast<const unsigned char*>(self.toString()), 4, false);
@@ -256,8 +255,6 @@ TEST(StringConvert, BytesToHexText) {
   self.ByteDataToHexString(bytes, 2, true);
   EXPECT_EQ(state(self), State(u"0A FF ", 21));
   EXPECT_EQ(StringAccess::ansiBuffer(self), ansi);
-  EXPECT_EQ(shown(String(MLIB_T("AB")).ToHexString()), u"4142");
-  EXPECT_TRUE(String().ToHexString().IsNull());
   if (GetAnsiCodePage() == 1252) {
     EXPECT_EQ(shown(String(MLIB_T("\u00E9\u0100")).ToHexString()), u"E941");  // best fit A
   }

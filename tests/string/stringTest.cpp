@@ -273,39 +273,32 @@ TEST(StringSearch, Substrings) {
   for (const Row& r : rows) EXPECT_EQ(state(r.got), r.want) << "row " << &r - rows;
 }
 
+// The edit's whole buffer, then that of the same edit on a null string.
+std::u16string edited(const WideChar* in, void (String::*edit)(), unsigned room = 0) {
+  String s(in), null;
+  if (room != 0) *s.AllocBuffer(room) = MLIB_T('y');
+  (s.*edit)();
+  (null.*edit)();
+  return units(s) + u"|" + units(null);
+}
+
+// The buffer stays and is cleared behind the text; line breaks are assigned back: an exact
+// buffer unless the old one has room.
 TEST(StringEdit, InPlaceEditsAndLineBreaks) {
-  struct Row {
-    const WideChar* in;
-    void (String::*edit)();
-    const WideChar *want, *fromNull;  // fromNull: the edit's text on a null string
-    unsigned capacity;                // 0: the buffer stays
-  } const rows[] = {
-      {MLIB_T("  ab"), &String::TrimLeft, MLIB_T("ab"), nullptr, 0},
-      {MLIB_T("ab  "), &String::TrimRight, MLIB_T("ab"), nullptr, 0},
-      {MLIB_T("   "), &String::Trim, MLIB_T(""), nullptr, 0},
-      {MLIB_T(" \tab\r\n "), &String::Trim, MLIB_T("\tab\r\n"), nullptr, 0},  // spaces only
-      {MLIB_T("aZ9\u00e9@`{"), &String::MakeUpper, MLIB_T("AZ9\u00e9@`{"), nullptr, 0},  // ASCII
-      {MLIB_T("Az9\u00c9@`["), &String::MakeLower, MLIB_T("az9\u00c9@`["), nullptr, 0},
-      {MLIB_T("abc"), &String::Reverse, MLIB_T("cba"), nullptr, 0},
-      {MLIB_T("x"), &String::AppendNewLineAtFront, MLIB_T("\r\nx"), MLIB_T("\r\n"), 4},
-      {MLIB_T("x"), &String::AppendNewLineAtBack, MLIB_T("x\r\n"), MLIB_T("\r\n"), 4},
+  using namespace std::string_literals;
+  const std::pair<std::u16string, std::u16string> rows[] = {
+      {edited(MLIB_T("  ab"), &String::TrimLeft), u"ab\0\0\0|"s},
+      {edited(MLIB_T("ab  "), &String::TrimRight), u"ab\0\0\0|"s},
+      {edited(MLIB_T("   "), &String::Trim), u"\0\0\0\0|"s},
+      {edited(MLIB_T(" \tab\r\n "), &String::Trim), u"\tab\r\n\0\0\0|"s},         // spaces only
+      {edited(MLIB_T("aZ9\u00e9@`{"), &String::MakeUpper), u"AZ9\u00e9@`{\0|"s},  // ASCII only
+      {edited(MLIB_T("Az9\u00c9@`["), &String::MakeLower), u"az9\u00c9@`[\0|"s},
+      {edited(MLIB_T("abc"), &String::Reverse), u"cba\0|"s},
+      {edited(MLIB_T("x"), &String::AppendNewLineAtFront), u"\r\nx\0|\r\n\0"s},
+      {edited(MLIB_T("x"), &String::AppendNewLineAtBack), u"x\r\n\0|\r\n\0"s},
+      {edited(nullptr, &String::AppendNewLineAtFront, 9), u"\r\ny\0\0\0\0\0\0\0|\r\n\0"s},
   };
-  for (const Row& r : rows) {
-    SCOPED_TRACE(&r - rows);
-    String s(r.in), null;
-    const unsigned capacity = StringAccess::capacity(s);
-    (s.*r.edit)();
-    (null.*r.edit)();
-    EXPECT_EQ(textOf(s), r.want);
-    ASSERT_EQ(StringAccess::capacity(s), r.capacity != 0 ? r.capacity : capacity);
-    for (unsigned i = Text(r.want).size(); i < capacity; ++i) EXPECT_EQ(*s.GetBuffer(i), 0);
-    EXPECT_EQ(textOf(null), r.fromNull != nullptr ? r.fromNull : MLIB_T(""));
-    EXPECT_EQ(StringAccess::capacity(null), r.fromNull != nullptr ? 3u : 0u);
-  }
-  String roomy;
-  roomy.AllocBuffer(9)[0] = MLIB_T('y');
-  roomy.AppendNewLineAtFront();  // assigned back: a buffer with room is kept
-  EXPECT_EQ(state(roomy), State(u"\r\ny", 10));
+  for (const auto& r : rows) EXPECT_EQ(r.first, r.second) << "row " << &r - rows;
 }
 
 // ReplaceFirst (first) or Replace on a string made from `in` with an ANSI buffer. Anything
@@ -443,16 +436,13 @@ TEST(StringEdit, CompareOrdersByLengthFirst) {
   // CompareCharNoCase: equal or 32 apart, for any two values, wide (no wrap) and signed narrow
   // (-100 and -68 are 32 apart, as are -1 and 31; -128 is below 'a').
   const int wide[][3] = {{'a', 'A', 0}, {'@', '`', 0},       {'0', 'P', 0},      {'a', 'b', -1},
-                         {'b', 'A', 1}, {0xFFE0, 0xFFC0, 0}, {0x10, 0xFFF0, -1}, {0xFFFF, 0x1F, 1}};
-  for (const auto& r : wide) {
-    EXPECT_EQ(String::CompareCharNoCase(static_cast<WideChar>(r[0]), static_cast<WideChar>(r[1])),
-              r[2]);
-  }
-  const int narrow[][3] = {
-      {'x', 'X', 0}, {-100, -68, 0}, {-1, 31, 0}, {-128, 'a', -1}, {'a', -128, 1}};
-  for (const auto& r : narrow) {
-    EXPECT_EQ(String::CompareCharNoCase(static_cast<char>(r[0]), static_cast<char>(r[1])), r[2]);
-  }
+                         {'b', 'A', 1}, {0xFFE0, 0xFFC0, 0}, {0x10, 0xFFF0, -1}, {0xFFFF, 0x1F, 1}},
+            narrow[][3] = {
+                {'x', 'X', 0}, {-100, -68, 0}, {-1, 31, 0}, {-128, 'a', -1}, {'a', -128, 1}};
+  for (const auto& r : wide)
+    EXPECT_EQ(String::CompareCharNoCase(WideChar(r[0]), WideChar(r[1])), r[2]) << r[0];
+  for (const auto& r : narrow)
+    EXPECT_EQ(String::CompareCharNoCase(char(r[0]), char(r[1])), r[2]) << r[0];
 }
 
 TEST(StringEdit, StartWithAndEndWith) {
