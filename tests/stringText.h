@@ -1,5 +1,5 @@
-// Test helper: a String's text as a std::u16string ("(null)" for a null string), its text
-// together with its capacity, so that one expectation shows both, and its whole buffer.
+// Test helper: a String's text ("(null)" for a null string), its text with its capacity, so
+// that one expectation shows both, its whole buffer, and a u16string as the library's text.
 #ifndef MLIB_TESTS_STRINGTEXT_H
 #define MLIB_TESTS_STRINGTEXT_H
 
@@ -27,7 +27,6 @@ inline std::u16string units(const String& s) {
   return std::u16string(first, first == nullptr ? 0 : detail::StringAccess::capacity(s));
 }
 
-// A u16string as the library's text, for texts built at run time.
 inline const WideChar* wide(const std::u16string& s) {
   return reinterpret_cast<const WideChar*>(s.c_str());
 }

@@ -1,16 +1,16 @@
 // One driver of String scripts for the unit test (seeded random numbers) and the fuzz target
-// (its input): every step is checked against a model of the storage rules (every unit of the
-// buffer, whether an ANSI buffer is held), and every read of the string, in both roles (the
-// string and the argument), against the same read of a terminated copy of its text. Steps
-// write units anywhere in the buffer, its last slot included: a String without a terminator
-// reads as its whole capacity, and its heap block is made over dirty memory so that a scan
-// past the capacity would pick up text. Gives "" or what differed, after the steps so far.
+// (its input): each step is checked against a model of the storage rules (every unit of the
+// buffer, whether an ANSI buffer is held), and every read of the string, as the string and as
+// the argument, against the same read of a terminated copy. Steps write units anywhere, the
+// last slot included: without a terminator a String reads as its whole capacity, and its block
+// is made over dirty memory so that a scan past it would pick up text.
 #ifndef MLIB_TESTS_STRING_STRINGOPS_H
 #define MLIB_TESTS_STRING_STRINGOPS_H
 
 #include <mlib/byte.h>
 #include <mlib/string.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -55,6 +55,7 @@ inline std::u16string numbered(long double value) {
   return std::u16string(digits.begin(), digits.end()) + u"|";
 }
 inline std::u16string narrowed(const std::string& s) { return {s.begin(), s.end()}; }
+inline std::string ascii(const std::u16string& s) { return {s.begin(), s.end()}; }  // for traces
 
 // Everything that reads s (and p, a terminated text) into one text; s appears as the argument
 // of p's operations too. `a` and `b` are free numbers for the bounds.
@@ -147,27 +148,21 @@ struct StringStep {
     for (char16_t& c : t) c = c < 0x80 ? c : u'#';
     return t;
   }
-  std::string ansi() const {
-    const std::u16string t = ascii();
-    return {t.begin(), t.end()};
-  }
+  std::string ansi() const { return test::ascii(ascii()); }
   void expect(bool ok, const char* what) {
     if (!ok && failure.empty()) failure = what;
   }
   // Equal texts, or a failure that shows where they part.
   void expectSame(const std::u16string& got, const std::u16string& want, const char* what) {
-    std::size_t at = 0;
-    while (at < got.size() && at < want.size() && got[at] == want[at]) ++at;
-    const auto from = [&](const std::u16string& t) {
-      const std::u16string piece = t.substr(at > 20 ? at - 20 : 0, 50);
-      return std::string(piece.begin(), piece.end());
-    };
-    expect(got == want, (std::string(what) + " at " + std::to_string(at) + ": " + from(got) +
-                         " instead of " + from(want))
-                            .c_str());
+    if (got == want || !failure.empty()) return;
+    const auto at =
+        std::mismatch(got.begin(), got.end(), want.begin(), want.end()).first - got.begin();
+    const auto from = static_cast<std::size_t>(at - at % 32);
+    failure = what + (" at " + std::to_string(at) + ": ") + test::ascii(got.substr(from, 50)) +
+              " / " + test::ascii(want.substr(from, 50));
   }
-  void appendSome(
-      const std::u16string& t) {  // empty ANSI text and a String of empty text append nothing
+  // Empty ANSI text and a String of empty text append nothing.
+  void appendSome(const std::u16string& t) {
     if (!in.empty()) m.append(t);
   }
   // s's text in a buffer of its own, terminated (null when s is).
@@ -311,15 +306,12 @@ inline std::string runStringScript(const Next& next, int steps) {
     for (char16_t& c : o.in) c = u"ab1 0c9\uFFFF\u8001"[next() % letters];
     const auto& [name, run] =
         kStringSteps[m.units.size() > 300 ? 7 /* = Left */ : next() % std::size(kStringSteps)];
-    trail += std::string(name) + "(" + std::string(o.in.begin(), o.in.end()) + "," +
-             std::to_string(o.pick % 1000) + ") ";
+    trail += std::string(name) + "(" + ascii(o.in) + "," + std::to_string(o.pick % 1000) + ") ";
     run(o);
-    if (o.failure.empty() && units(s) != m.units) o.failure = "units";
-    if (o.failure.empty() && s.GetLength() != static_cast<int>(m.text().size()))
-      o.failure = "GetLength";
-    if (o.failure.empty() && s.IsEmpty() != m.text().empty()) o.failure = "IsEmpty";
-    if (o.failure.empty() && (detail::StringAccess::ansiBuffer(s) != nullptr) != m.ansi)
-      o.failure = "ANSI buffer";
+    o.expect(units(s) == m.units, "units");
+    o.expect(s.GetLength() == static_cast<int>(m.text().size()), "GetLength");
+    o.expect(s.IsEmpty() == m.text().empty(), "IsEmpty");
+    o.expect((detail::StringAccess::ansiBuffer(s) != nullptr) == m.ansi, "ANSI buffer");
     if (!o.failure.empty()) return trail + ": " + o.failure;
   }
   return {};
