@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -63,7 +63,7 @@ inline std::string RunListScript(const std::uint8_t* data, std::size_t size) {
       cursor = cursor == i ? -1 : cursor - (cursor > i ? 1 : 0);  // never left on a freed node
     };
     for (; s.at < size && s.step < 400; ++s.step) {
-      const int n = static_cast<int>(model.size()), op = static_cast<int>(s.Next() % 13);
+      const int n = static_cast<int>(model.size()), op = static_cast<int>(s.Next() % 10);
       const int i = static_cast<int>(s.Next() % (n + 3)) - 1, alt = static_cast<int>(s.Next() % 4);
       const bool in = i >= 0 && i < n, flag = s.Next() % 2 == 1;
       const Tally c{static_cast<int>(s.Next() % 16)};
@@ -71,7 +71,7 @@ inline std::string RunListScript(const std::uint8_t* data, std::size_t size) {
       const int f = found != model.end() ? static_cast<int>(found - model.begin()) : -1;
       Tally out{-1};
       const Tally* p = nullptr;  // for the operations answering an address
-      int want = -1;             // the element out (or *p) must hold
+      int read = -1;             // the element out (or *p) must hold, by its place in the model
       bool got = true, ok = true;
       if (op <= 2) {  // InsertAt compares unsigned: -1 and count + 1 add nothing
         const int at = op == 0 ? 0 : op == 1 ? n : i;
@@ -82,46 +82,32 @@ inline std::string RunListScript(const std::uint8_t* data, std::size_t size) {
         if (ok) model.insert(model.begin() + at, c.id);
         if (ok && cursor >= at) ++cursor;
       } else if (op == 3) {
-        got = list.RemoveAt(static_cast<unsigned>(i));
-        ok = in;
-        if (in) removed(i);
+        const int at = alt < 2 ? (in ? i : -1) : f;
+        got = alt < 2 ? list.RemoveAt(static_cast<unsigned>(i)) : list.Remove(c);
+        ok = at >= 0;
+        if (ok) removed(at);
       } else if (op == 4) {
         got = alt < 2 ? list.GetAt(i, out, flag) : (p = list.GetAtPtr(i)) != nullptr;
         ok = in;
-        if (in) want = model[i];
-        if (in && alt < 2 && flag) removed(i);
-      } else if (op == 5) {
-        got = list.Remove(c);
-        ok = f >= 0;
-        if (f >= 0) removed(f);
-      } else if (op == 6) {
-        out = c;
-        want = c.id;
-        got = list.IndexOf(out, flag) == f;
-        if (f >= 0 && flag) removed(f);
-      } else if (op == 7) {  // an empty list leaves FindNode's index as it was
+        read = in ? i : -1;
+      } else if (op == 5) {  // an empty list leaves FindNode's index as it was
         int index = 77;
+        out = c;
         got = list.FindNode(c, &index) == list.GetNodeAt(f) && index == (n == 0 ? 77 : f) &&
-              list.Contains(c) == (f >= 0) && list.FindPtr(c) == list.GetAtPtr(f);
-      } else if (op == 8) {  // by index, or else the first equal element
+              list.Contains(c) == (f >= 0) && list.FindPtr(c) == list.GetAtPtr(f) &&
+              list.IndexOf(out, flag) == f;
+        read = f;
+      } else if (op == 6) {  // by index, or else the first equal element
         list.Update(c, alt < 2 ? i : -1);
         if (alt < 2 && in) model[i] = c.id;
-      } else if (op == 9) {
-        const int end = alt % 2 == 0 ? 0 : n - 1;
-        got = alt == 0   ? list.GetHead(out, flag)
-              : alt == 1 ? list.GetTail(out, flag)
-                         : (p = alt == 2 ? list.GetHeadPtr() : list.GetTailPtr()) != nullptr;
-        ok = n > 0;
-        if (ok) want = model[end];
-        if (ok && alt < 2 && flag) removed(end);
-      } else if (op == 10) {
+      } else if (op == 7) {
         cursor = n == 0 ? -1 : alt % 2 == 0 ? 0 : n - 1;
         got = alt == 0   ? list.GetFirst(out)
               : alt == 1 ? list.GetLast(out)
                          : (p = alt == 2 ? list.GetFirstPtr() : list.GetLastPtr()) != nullptr;
         ok = cursor >= 0;
-        if (ok) want = model[cursor];
-      } else if (op == 11) {  // off either end the cursor stays off until placed again
+        read = cursor;
+      } else if (op == 8) {  // off either end the cursor stays off until placed again
         if (cursor >= 0) cursor += alt < 2 ? 1 : -1;
         if (cursor >= n) cursor = -1;
         got = alt == 0   ? list.GetNext(out)
@@ -129,37 +115,38 @@ inline std::string RunListScript(const std::uint8_t* data, std::size_t size) {
               : alt == 2 ? list.GetPrev(out)
                          : (p = list.GetPrevPtr()) != nullptr;
         ok = cursor >= 0;
-        if (ok) want = model[cursor];
+        read = cursor;
       } else if (alt < 2) {  // the cursor moves on, then its node goes
         const int at = cursor;
         got = list.RemoveCurrent(flag);
         ok = at >= 0;
         if (ok) cursor = flag ? (at + 1 < n ? at + 1 : -1) : at - 1;
         if (ok) removed(at);
-      } else if (alt == 2 && flag) {  // a copy is deep; assigning it clears the cursor
+      } else if (flag) {  // a copy is deep; assigning it clears the cursor
         const MxList<Tally> copy(list);
         list = copy;
         cursor = -1;
-      } else if (alt == 2) {  // assigning a list to itself changes nothing
-        MxList<Tally>& same = list;
-        list = same;
-      } else if (flag) {
+      } else if (alt == 2) {
         static_cast<MxContainerBase&>(list).RemoveAll();
         model.clear();
         cursor = -1;
       }
       if (p != nullptr) out = *p;
-      if (got != ok || out.id != want) return s.Fail("answer");
+      if (got != ok || out.id != (read >= 0 ? model[read] : op == 5 ? c.id : -1)) {
+        return s.Fail("answer");
+      }
+      if (read >= 0 && flag && (op == 5 || (op == 4 && alt < 2))) removed(read);
       std::vector<int> contents;
       const MxList<Tally>::NODE* last = nullptr;
       for (auto* node = list.GetNodeAt(0); node != nullptr; last = node, node = node->next) {
         if (node->prev != last) return s.Fail("links");
         contents.push_back(node->data.id);
       }
-      if (contents != model || list.GetCount() != model.size()) return s.Fail("contents");
       const MxContainerBase& base = list;
-      if (base.IsEmpty() != model.empty() || list.GetTailPtr() != (last ? &last->data : nullptr)) {
-        return s.Fail("ends");
+      if (contents != model || list.GetCount() != model.size() || base.IsEmpty() != !last ||
+          list.GetHeadPtr() != (last ? &list.GetNodeAt(0)->data : nullptr) ||
+          list.GetTailPtr() != (last ? &last->data : nullptr)) {
+        return s.Fail("contents");
       }
       if (liveNodes != static_cast<int>(model.size()) + 2) return s.Fail("nodes beyond c, out");
     }
@@ -202,11 +189,13 @@ struct TreeCheck {
 };
 
 // What is wrong with map's tree, or null: red-black invariants, parent links, order of hashes
-// (strictOrder: no two keys share a hash), the count, iteration in exact post-order. The
-// entries, in post-order, go to entries when given.
+// (strictOrder: no two keys share a hash), the count, and the walk (0 by nodes, 1 by copies,
+// 2 by addresses) answering the entries in exact post-order, then no more. The entries, in
+// post-order, go to entries when given.
 template <typename K, typename V>
 const char* TreeProblem(MxMap<K, V>& map, bool strictOrder = false,
-                        std::vector<const typename MxMap<K, V>::NODE*>* entries = nullptr) {
+                        std::vector<const typename MxMap<K, V>::NODE*>* entries = nullptr,
+                        int walk = 0) {
   using Node = typename MxMap<K, V>::NODE;
   const Node* root = map.GetFirstNode();
   if (root == nullptr) return map.GetCount() == 0 && map.IsEmpty() ? nullptr : "none iterated";
@@ -220,11 +209,27 @@ const char* TreeProblem(MxMap<K, V>& map, bool strictOrder = false,
     if (strictOrder ? hashes[i - 1] >= hashes[i] : hashes[i - 1] > hashes[i]) return "hash order";
   }
   if (postOrder.size() != map.GetCount() || map.IsEmpty()) return "count";
-  std::size_t i = 0;
-  for (const Node* n = map.GetFirstNode(); n != nullptr; n = map.GetNextNode(), ++i) {
-    if (i == postOrder.size() || n != postOrder[i]) return "not in post-order";
+  K key{};
+  V value{};
+  K* keyAt = nullptr;
+  V* valueAt = nullptr;
+  for (std::size_t i = 0; i <= postOrder.size(); ++i) {
+    const Node* e = i < postOrder.size() ? postOrder[i] : nullptr;
+    bool more = false;
+    if (walk == 0) {
+      const Node* n = i == 0 ? map.GetFirstNode() : map.GetNextNode();
+      more = n != nullptr;
+      if (n != e) return "not in post-order";
+    } else if (walk == 1) {
+      more = i == 0 ? map.GetFirst(key, value) : map.GetNext(key, value);
+      if (more && !(key == e->key && value == e->value)) return "copies not in post-order";
+    } else {  // the key's address, the value's or both, into the pointers given
+      more = i == 0 ? map.GetFirstPtr(&keyAt, &valueAt)
+                    : map.GetNextPtr(i % 2 ? &keyAt : nullptr, i % 2 ? nullptr : &valueAt);
+      if (more && (i % 2 ? keyAt != &e->key : valueAt != &e->value)) return "addresses";
+    }
+    if (more != (e != nullptr)) return "the walk's length";
   }
-  if (i != postOrder.size()) return "iteration ended early";
   if (entries != nullptr) *entries = postOrder;
   return nullptr;
 }
@@ -241,15 +246,9 @@ bool PictureIsWellFormed(const MxMap<K, V>& map) {
   return std::count(picture.begin(), picture.end(), '(') == 2 * std::ptrdiff_t(map.GetCount()) + 1;
 }
 
-// Stores a key of 100 or more as key - 100 (its CopyPair) and records each search's probe
-// (its FindNode): a search copies the key (and value) into a bare red node with CopyPair.
+// Records each search's probe: a search copies the key (and value) into a bare red node.
 class ProbeMap : public MxMap<int, Tally> {
  public:
-  static int Stored(int key) { return key >= 100 ? key - 100 : key; }
-  void CopyPair(int& targetKey, Tally& targetValue, const int& sourceKey,
-                const Tally& sourceValue) const override {
-    MxMap::CopyPair(targetKey, targetValue, Stored(sourceKey), sourceValue);
-  }
   NODE* FindNode(NODE* probe) const override {
     ++finds;
     bareRed = probe->colour == kRed && !probe->left && !probe->right && !probe->parent;
@@ -263,28 +262,20 @@ class ProbeMap : public MxMap<int, Tally> {
 
 // Runs the script on a fresh ProbeMap against a multimap: what went wrong and at which step,
 // or "". Each step adds new and repeated keys, removes, looks up, sets, walks (removing the
-// cursor's entry now and then, or through the copying and address-giving walks), empties or
-// draws the map, then checks the tree, the entries and the nodes alive (entries and leaves).
+// cursor's entry now and then), empties or draws the map, then checks the tree, the walks,
+// the entries and the nodes alive (entries and leaves).
 inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
   using Node = ProbeMap::NODE;
   Script s{data, size};
   const unsigned keys = 8 + s.Next() % 120;  // a few negative keys: they hash after the rest
   {
     ProbeMap map;
-    std::multimap<int, int> model;     // stored key -> id of an entry (a key is its own hash)
-    std::vector<const Node*> entries;  // of the last check, in post-order
+    std::set<std::pair<int, int>> model;  // (key, id) of each entry; a key is its own hash
     int ids = 0;
-    auto erase = [&model](int key, int id) {
-      for (auto it = model.lower_bound(key); it != model.upper_bound(key); ++it) {
-        if (it->second != id) continue;
-        model.erase(it);
-        return true;
-      }
-      return false;
-    };
     for (; s.at < size && s.step < 400; ++s.step) {
-      const int given = static_cast<int>(s.Next() % keys) - 8, key = ProbeMap::Stored(given);
-      const bool present = model.count(key) != 0, empty = model.empty();
+      const int key = static_cast<int>(s.Next() % keys) - 8;
+      const auto first = model.lower_bound({key, 0});
+      const bool present = first != model.end() && first->first == key, empty = model.empty();
       // Searches of an empty map answer at once; others search once with a probe.
       auto searched = [&](int times, int id) {
         const bool ok = map.finds == (empty ? 0 : times) &&
@@ -292,68 +283,50 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
         map.finds = 0;
         return ok;
       };
-      Tally* found = map.LookupPtr(given);  // the entry any search for key finds
-      if ((found != nullptr) != present || map.ContainsKey(given) != present) {
-        return s.Fail("found");
-      }
-      if (!searched(2, 0)) return s.Fail("LookupPtr's and ContainsKey's probes");
+      Tally* found = map.LookupPtr(key);  // the entry any search for key finds
       const int foundId = found != nullptr ? found->id : -1;
-      if (present && !erase(key, foundId)) return s.Fail("LookupPtr answered another value");
-      if (present) model.emplace(key, foundId);
-      const unsigned op = s.Next() % 8;
+      if ((found != nullptr) != present || map.ContainsKey(key) != present ||
+          (present && model.count({key, foundId}) == 0) || !searched(2, 0)) {
+        return s.Fail("LookupPtr or ContainsKey");
+      }
+      const unsigned op = s.Next() % 7;
       if (op <= 1) {  // even when the key is present: a second entry of that hash
-        if (!map.Add(given, Tally{++ids})) return s.Fail("Add");
+        if (!map.Add(key, Tally{++ids})) return s.Fail("Add");
         model.emplace(key, ids);
         map.finds = 0;
       } else if (op == 2) {
-        if (map.Remove(given) != present || !searched(1, 0)) return s.Fail("Remove");
-        if (present) erase(key, foundId);
+        if (map.Remove(key) != present || !searched(1, 0)) return s.Fail("Remove");
+        model.erase({key, foundId});
       } else if (op == 3) {
-        int k = given;
+        int k = key;
         Tally value{-1};
         const bool remove = s.Next() % 2 == 1;
-        if (map.Lookup(k, value, remove) != present || !searched(1, -1)) return s.Fail("Lookup");
-        if (value.id != foundId || k != (present ? key : given)) return s.Fail("Lookup's copies");
-        if (present && remove) erase(key, foundId);
+        if (map.Lookup(k, value, remove) != present || !searched(1, -1) || value.id != foundId) {
+          return s.Fail("Lookup");
+        }
+        if (remove) model.erase({key, foundId});
       } else if (op == 4) {
-        if (map.SetAt(given, Tally{++ids}) != present || !searched(1, ids)) return s.Fail("SetAt");
-        if (present && erase(key, foundId)) model.emplace(key, ids);
+        if (map.SetAt(key, Tally{++ids}) != present || !searched(1, ids)) return s.Fail("SetAt");
+        if (model.erase({key, foundId}) == 1) model.emplace(key, ids);
       } else if (op == 5) {  // a walk, removing the entries the cursor stands on now and then
         const unsigned bound = 10 * (map.GetCount() + 1);
         unsigned answered = 0;
         for (const Node* c = map.GetFirstNode(); c != nullptr; c = map.GetNextNode()) {
-          if (!erase(c->key, c->value.id)) return s.Fail("the walk answered a removed entry");
-          model.emplace(c->key, c->value.id);
+          if (model.count({c->key, c->value.id}) == 0)
+            return s.Fail("the walk answered a removed entry");
           if (++answered > bound) return s.Fail("the walk has no end");
           if (s.Next() % 4 != 0) continue;
           // The cursor stands on the parent of the entry answered (in a map of one entry
           // it may stand anywhere: only that entry can go).
           const bool one = map.GetCount() == 1;
           const Node* current = one ? c : c->parent;
-          const int k = current != nullptr ? current->key : 0;
-          const int id = current != nullptr ? current->value.id : 0;
+          const std::pair<int, int> entry =
+              current ? std::make_pair(current->key, current->value.id) : std::make_pair(0, 0);
           const bool removed = map.RemoveCurrent();
           if (!one && removed != (current != nullptr)) return s.Fail("RemoveCurrent");
-          if (removed) erase(k, id);
+          if (removed) model.erase(entry);
         }
         if (map.GetNextNode() != nullptr) return s.Fail("the walk went on past its end");
-      } else if (op == 6) {  // the walks that copy entries or hand out their addresses
-        int *keyAt = nullptr, k = 0;
-        Tally *valueAt = nullptr, value;
-        const bool copies = s.Next() % 2 == 0;
-        for (std::size_t i = 0; i <= entries.size(); ++i) {
-          const bool more =
-              copies   ? (i == 0 ? map.GetFirst(k, value) : map.GetNext(k, value))
-              : i == 0 ? map.GetFirstPtr(&keyAt, nullptr) && map.GetFirstPtr(nullptr, &valueAt)
-                       : map.GetNextPtr(i % 2 ? nullptr : &keyAt, i % 2 ? &valueAt : nullptr);
-          if (more != (i < entries.size())) return s.Fail("the walk's length");
-          if (!more) break;
-          const Node* e = entries[i];
-          if (copies ? k != e->key || !(value == e->value)
-                     : (i % 2 == 0 && keyAt != &e->key) || (i % 2 == 1 && valueAt != &e->value)) {
-            return s.Fail("the walk's entries");
-          }
-        }
       } else if (s.Next() % 16 == 0) {
         int k = 0;
         Tally value;
@@ -363,13 +336,14 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
       } else if (map.GetCount() <= 64 && map.GetCount() > 0) {  // wider with every level
         if (!PictureIsWellFormed(map)) return s.Fail("picture");
       }
-      entries.clear();
-      if (const char* problem = TreeProblem(map, false, &entries)) return s.Fail(problem);
-      std::vector<std::pair<int, int>> got, want(model.begin(), model.end());
-      for (const Node* n : entries) got.emplace_back(n->key, n->value.id);
-      std::sort(got.begin(), got.end());
-      std::sort(want.begin(), want.end());
-      if (got != want) return s.Fail("entries differ from the model");
+      std::vector<const Node*> entries;
+      if (const char* problem = TreeProblem(map, false, &entries, s.step % 3)) {
+        return s.Fail(problem);
+      }
+      std::set<std::pair<int, int>> got;
+      for (const Node* n : entries) got.emplace(n->key, n->value.id);
+      if (got != model || got.size() != entries.size())
+        return s.Fail("entries differ from the model");
       if (liveNodes != (model.empty() ? 0 : 2 * static_cast<int>(model.size()) + 1)) {
         return s.Fail("nodes beyond the entries and their leaves");
       }
