@@ -163,7 +163,7 @@ struct HashOf : MxContainerHash<K, int> {
 template <typename Node>
 struct TreeCheck {
   // Black nodes on every path down to a leaf (the leaf counted), or -1 with problem set.
-  // Collects the entries' hashes in order and the entries in post-order on the way.
+  // Checks the order of hashes and collects the entries in post-order on the way.
   int BlackHeight(const Node* n) {
     if (n->left == nullptr && n->right == nullptr) return n->colour == 0 ? 1 : Fail("red leaf");
     if (n->left == nullptr || n->right == nullptr) return Fail("entry with one child");
@@ -172,7 +172,9 @@ struct TreeCheck {
       return Fail("red node with a red child");
     }
     const int left = BlackHeight(n->left);
-    hashes.push_back(HashOf<decltype(n->key)>::hashKey(n->key));
+    const std::uint32_t hash = HashOf<decltype(n->key)>::hashKey(n->key);
+    if (hash < lastHash) return Fail("hash order");
+    lastHash = hash;
     const int right = BlackHeight(n->right);
     postOrder.push_back(n);
     if (left < 0 || right < 0) return -1;
@@ -183,19 +185,18 @@ struct TreeCheck {
     problem = why;
     return -1;
   }
-  std::vector<std::uint32_t> hashes;
+  std::uint32_t lastHash = 0;
   std::vector<const Node*> postOrder;
   const char* problem = nullptr;
 };
 
-// What is wrong with map's tree, or null: red-black invariants, parent links, order of hashes
-// (strictOrder: no two keys share a hash), the count, and the walk (0 by nodes, 1 by copies,
+// What is wrong with map's tree, or null: red-black invariants, parent links, order of
+// hashes, the count, and the walk (0 by nodes, 1 by copies,
 // 2 by addresses) answering the entries in exact post-order, then no more. The entries, in
 // post-order, go to entries when given.
 template <typename K, typename V>
-const char* TreeProblem(MxMap<K, V>& map, bool strictOrder = false,
-                        std::vector<const typename MxMap<K, V>::NODE*>* entries = nullptr,
-                        int walk = 0) {
+const char* TreeProblem(MxMap<K, V>& map, int walk = 0,
+                        std::vector<const typename MxMap<K, V>::NODE*>* entries = nullptr) {
   using Node = typename MxMap<K, V>::NODE;
   const Node* root = map.GetFirstNode();
   if (root == nullptr) return map.GetCount() == 0 && map.IsEmpty() ? nullptr : "none iterated";
@@ -203,11 +204,7 @@ const char* TreeProblem(MxMap<K, V>& map, bool strictOrder = false,
   TreeCheck<Node> check;
   if (root->colour != 0) return "red root";
   if (check.BlackHeight(root) < 0) return check.problem;
-  const std::vector<std::uint32_t>& hashes = check.hashes;
   const std::vector<const Node*>& postOrder = check.postOrder;
-  for (std::size_t i = 1; i < hashes.size(); ++i) {
-    if (strictOrder ? hashes[i - 1] >= hashes[i] : hashes[i - 1] > hashes[i]) return "hash order";
-  }
   if (postOrder.size() != map.GetCount() || map.IsEmpty()) return "count";
   K key{};
   V value{};
@@ -232,18 +229,6 @@ const char* TreeProblem(MxMap<K, V>& map, bool strictOrder = false,
   }
   if (entries != nullptr) *entries = postOrder;
   return nullptr;
-}
-
-// Every line of a map's picture ends in "\r\n"; one label per node (entries and leaves).
-template <typename K, typename V>
-bool PictureIsWellFormed(const MxMap<K, V>& map) {
-  const Text picture = TextOf(map.PrintToString());
-  const std::size_t length = picture.size();
-  if (length < 2 || picture.compare(length - 2, 2, MLIB_T("\r\n")) != 0) return false;
-  for (std::size_t i = 1; i < length; ++i) {
-    if (picture[i] == '\n' && picture[i - 1] != '\r') return false;
-  }
-  return std::count(picture.begin(), picture.end(), '(') == 2 * std::ptrdiff_t(map.GetCount()) + 1;
 }
 
 // Records each search's probe: a search copies the key (and value) into a bare red node.
@@ -333,11 +318,9 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
         map.RemoveAll();
         model.clear();
         if (map.RemoveCurrent() || map.GetFirst(k, value)) return s.Fail("an empty map's walk");
-      } else if (map.GetCount() <= 64 && map.GetCount() > 0) {  // wider with every level
-        if (!PictureIsWellFormed(map)) return s.Fail("picture");
       }
       std::vector<const Node*> entries;
-      if (const char* problem = TreeProblem(map, false, &entries, s.step % 3)) {
+      if (const char* problem = TreeProblem(map, s.step % 3, &entries)) {
         return s.Fail(problem);
       }
       std::set<std::pair<int, int>> got;
