@@ -1,6 +1,5 @@
 // MxList, MxMap and SyncMap: the drivers of containerTestUtil.h over seeded random scripts,
-// then what they cannot reach: element types, key hashes, the pictures worked by hand, the
-// element texts and the lock.
+// then what they cannot reach: key hashes, pictures, element texts and the lock.
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
 
@@ -33,25 +32,6 @@ TEST(Containers, RandomScriptsAgreeWithTheirModels) {
     ASSERT_EQ(testing::RunMapScript(script.data(), script.size()), "") << "map, seed " << seed;
     ASSERT_EQ(testing::RunListScript(script.data(), script.size()), "") << "list, seed " << seed;
   }
-}
-
-TEST(MxList, ElementTypesAndPrinting) {
-  MxList<MxMap<int, String>::LineData> records;
-  records.AddTail(MxMap<int, String>::LineData());
-  EXPECT_FALSE(records.Contains(*records.GetHeadPtr())) << "records never compare equal";
-  MxList<MxList<int>> lists;  // lists are MxObjects: compared by identity, copied deeply
-  MxList<int> inner;
-  inner.AddTail(1);
-  lists.AddTail(inner);
-  inner.AddTail(-2);
-  EXPECT_EQ(TextOf(lists.GetHeadPtr()->PrintToString()), Text(MLIB_T("1 ")));
-  EXPECT_FALSE(lists.Contains(inner));
-  EXPECT_EQ(TextOf(inner.PrintToString()), Text(MLIB_T("1 -2 ")));
-  EXPECT_TRUE(MxList<int>().PrintToString().IsEmpty() && !MxList<int>().PrintToString().IsNull());
-  MxList<String> texts;
-  for (const String& s : {String(MLIB_T("a")), String(), String(MLIB_T("bc"))}) texts.AddTail(s);
-  EXPECT_EQ(TextOf(texts.PrintToString()), Text(MLIB_T("a  bc ")));
-  EXPECT_EQ(TextOf(lists.PrintToString()), kObjectText);
 }
 
 TEST(MxMap, KeysHashedByTypeAndStringKeysByTheirAnsiText) {
@@ -144,7 +124,7 @@ TEST(MapDrawing, PicturesWorkedByHand) {
   EXPECT_EQ(TextOf(texts.PrintToString()), Picture("11 (c,b)|4 (a,r)8-(c,b)|(nil,b)(nil,b)|"));
 }
 
-TEST(ElementToString, EachTypeByItsExactRow) {
+TEST(Printing, ElementsByTypeAndListsOfThem) {
   const WideChar* nullWide = nullptr;
   const std::pair<String, const WideChar*> rows[] = {
       // null: the null String
@@ -176,6 +156,22 @@ TEST(ElementToString, EachTypeByItsExactRow) {
     EXPECT_EQ(got.IsNull(), want == nullptr) << "row " << i;
     EXPECT_EQ(TextOf(got), Text(want != nullptr ? want : MLIB_T(""))) << "row " << i;
   }
+  MxList<MxMap<int, String>::LineData> records;
+  records.AddTail(MxMap<int, String>::LineData());
+  EXPECT_FALSE(records.Contains(*records.GetHeadPtr())) << "records never compare equal";
+  MxList<MxList<int>> lists;  // lists are MxObjects: compared by identity, copied deeply
+  MxList<int> inner;
+  inner.AddTail(1);
+  lists.AddTail(inner);
+  inner.AddTail(-2);
+  EXPECT_EQ(TextOf(lists.GetHeadPtr()->PrintToString()), Text(MLIB_T("1 ")));
+  EXPECT_FALSE(lists.Contains(inner));
+  EXPECT_EQ(TextOf(inner.PrintToString()), Text(MLIB_T("1 -2 ")));
+  EXPECT_TRUE(MxList<int>().PrintToString().IsEmpty() && !MxList<int>().PrintToString().IsNull());
+  MxList<String> texts;
+  for (const String& s : {String(MLIB_T("a")), String(), String(MLIB_T("bc"))}) texts.AddTail(s);
+  EXPECT_EQ(TextOf(texts.PrintToString()), Text(MLIB_T("a  bc ")));
+  EXPECT_EQ(TextOf(lists.PrintToString()), kObjectText);
 }
 
 using M = SyncMap<int, String>;
@@ -223,14 +219,6 @@ TEST(SyncMap, EveryOperationWaitsUntilTheLockIsFree) {
   }
 }
 
-struct Fragile {
-  static inline std::atomic<bool> failCopies{false};
-  Fragile& operator=(const Fragile&) {
-    if (failCopies) throw std::runtime_error("copy failed");
-    return *this;
-  }
-};
-
 TEST(SyncMap, ThreadsAtOnceAndAnOperationThatThrows) {
   M map;
   auto work = [&map](int t) {  // disjoint keys
@@ -247,14 +235,12 @@ TEST(SyncMap, ThreadsAtOnceAndAnOperationThatThrows) {
   static_cast<MxContainerBase&>(map).RemoveAll();
   EXPECT_TRUE(map.IsEmpty() && map.GetCount() == 0);
 
-  SyncMap<int, Fragile> fragile;
-  Fragile::failCopies = true;
-  EXPECT_THROW(fragile.Add(1, Fragile()), std::runtime_error);
-  Fragile::failCopies = false;
+  SyncMap<int, testing::Tally> tallies;
+  EXPECT_THROW(tallies.Add(1, testing::Tally(testing::Tally::kThrows)), std::runtime_error);
   bool added = false;
-  std::thread([&] { added = fragile.Add(2, Fragile()); }).join();  // would block for ever
+  std::thread([&] { added = tallies.Add(2, testing::Tally()); }).join();  // would block for ever
   EXPECT_TRUE(added);
-  EXPECT_EQ(fragile.GetCount(), 1u) << "the failed Add left the map unchanged";
+  EXPECT_EQ(tallies.GetCount(), 1u) << "the failed Add left the map unchanged";
 }
 
 }  // namespace

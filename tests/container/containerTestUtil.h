@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,12 +31,17 @@ inline const Text kObjectText =
     MLIB_T("String can not be printed, as the class couldn't interpret this type of instance yet.");
 
 // A value that counts its live copies: while the test holds none, a container holds one per
-// node (a map's leaves included).
+// node (a map's leaves included). Assigning kThrows throws.
 inline int liveNodes = 0;
 struct Tally {
+  static constexpr int kThrows = -100;
   explicit Tally(int i = 0) : id(i) { ++liveNodes; }
   Tally(const Tally& other) : id(other.id) { ++liveNodes; }
-  Tally& operator=(const Tally&) = default;
+  Tally& operator=(const Tally& other) {
+    if (other.id == kThrows) throw std::runtime_error("copy failed");
+    id = other.id;
+    return *this;
+  }
   ~Tally() { --liveNodes; }
   bool operator==(const Tally& other) const { return id == other.id; }
   int id;

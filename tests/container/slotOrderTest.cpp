@@ -1,7 +1,5 @@
-// The order of the virtual slots of MxObject, MxList, MxMap, MxException and the file classes:
-// hosts call these operations through the virtual tables, so the order is binary interface.
-// Read from pointers to virtual members (the Itanium C++ ABI of g++, clang and MinGW-w64: such
-// a pointer holds 1 + the byte offset in the table; the destructor takes entries 0 and 1).
+// The order of the virtual slots, which hosts call through: read from pointers to virtual
+// members (Itanium C++ ABI: 1 + the byte offset in the table; the destructor takes 0 and 1).
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
 #include <mlib/exceptions.h>
