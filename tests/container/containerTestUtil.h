@@ -216,22 +216,19 @@ const char* TreeProblem(MxMap<K, V>& map, int walk = 0,
   V value{};
   K* keyAt = nullptr;
   V* valueAt = nullptr;
-  for (std::size_t i = 0; i <= postOrder.size(); ++i) {
+  for (std::size_t i = 0; i <= postOrder.size(); ++i) {  // each address to the pointer given
     const Node* e = i < postOrder.size() ? postOrder[i] : nullptr;
-    bool more = false;
-    if (walk == 0) {
-      const Node* n = i == 0 ? map.GetFirstNode() : map.GetNextNode();
-      more = n != nullptr;
-      if (n != e) return "not in post-order";
-    } else if (walk == 1) {
-      more = i == 0 ? map.GetFirst(key, value) : map.GetNext(key, value);
-      if (more && !(key == e->key && value == e->value)) return "copies not in post-order";
-    } else {  // the key's address, the value's or both, into the pointers given
-      more = i == 0 ? map.GetFirstPtr(&keyAt, &valueAt)
-                    : map.GetNextPtr(i % 2 ? &keyAt : nullptr, i % 2 ? nullptr : &valueAt);
-      if (more && (i % 2 ? keyAt != &e->key : valueAt != &e->value)) return "addresses";
+    const Node* n = walk != 0 ? nullptr : i == 0 ? map.GetFirstNode() : map.GetNextNode();
+    const bool more = walk == 0   ? n != nullptr
+                      : walk == 1 ? (i == 0 ? map.GetFirst(key, value) : map.GetNext(key, value))
+                      : i == 0
+                          ? map.GetFirstPtr(&keyAt, &valueAt)
+                          : map.GetNextPtr(i % 2 ? &keyAt : nullptr, i % 2 ? nullptr : &valueAt);
+    if (more != (e != nullptr) || (walk == 0 && n != e)) return "the walk";
+    if (more && (walk == 1 ? !(key == e->key && value == e->value)
+                           : walk == 2 && (i % 2 ? keyAt != &e->key : valueAt != &e->value))) {
+      return "the walk's copies or addresses";
     }
-    if (more != (e != nullptr)) return "the walk's length";
   }
   if (entries != nullptr) *entries = postOrder;
   return nullptr;
