@@ -1,9 +1,5 @@
-// The order of the virtual slots of MxObject, MxList, MxMap, MxException and the file
-// classes: hosts built against the library call these operations through the virtual
-// tables, so the order is part of the binary interface. Read from pointers to the virtual members
-// (the Itanium C++ ABI that g++, clang and MinGW-w64 follow: a virtual member's pointer holds 1 +
-// its byte offset in the virtual table; the destructor takes the two entries 0 and 1, so a slot s
-// >= 1 of the list of operations is entry s + 1).
+// The order of the virtual slots, which hosts call through: read from pointers to virtual
+// members (Itanium C++ ABI: 1 + the byte offset in the table; the destructor takes 0 and 1).
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
 #include <mlib/exceptions.h>
@@ -12,13 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string>
+#include <initializer_list>
 
 namespace mlib {
 namespace {
 
-// The entry of the virtual table a pointer to a virtual member function calls; -1 for a
-// pointer to a non-virtual function.
+// The virtual table entry a pointer to a member function calls; -1 for a non-virtual one.
 template <typename Member>
 long EntryOf(Member member) {
   struct Raw {
@@ -27,27 +22,25 @@ long EntryOf(Member member) {
   } raw{};
   static_assert(sizeof(Member) == sizeof(Raw), "not an Itanium member function pointer");
   std::memcpy(&raw, &member, sizeof raw);
-  if ((raw.pointer & 1u) == 0) return -1;
-  return static_cast<long>((raw.pointer - 1) / sizeof(void*));
+  return (raw.pointer & 1u) == 0 ? -1 : static_cast<long>((raw.pointer - 1) / sizeof(void*));
 }
 
+// The members, named for the failure message, hold consecutive entries from `first` on.
 struct Slot {
   const char* name;
   long entry;
 };
 #define SLOT(Class, member) (Slot{#member, EntryOf(&Class::member)})
-
-// The members hold consecutive entries, the first at `first`.
 template <typename... Slots>
 void ExpectConsecutive(long first, const Slots&... slots) {
   for (const Slot& slot : {slots...}) EXPECT_EQ(slot.entry, first++) << slot.name;
 }
 
-TEST(SlotOrder, ObjectAndList) {
+TEST(SlotOrder, ObjectListMapExceptionAndFile) {
   ExpectConsecutive(2, SLOT(MxObject, Clone), SLOT(MxObject, Equals),
                     SLOT(MxObject, GetThisObjectBuffer), SLOT(MxObject, PrintToString));
   using L = MxList<int>;
-  ExpectConsecutive(5, SLOT(L, PrintToString), SLOT(L, IsEmpty), SLOT(L, RemoveAll),  // 4 to 39
+  ExpectConsecutive(5, SLOT(L, PrintToString), SLOT(L, IsEmpty), SLOT(L, RemoveAll),
                     SLOT(L, GetCount), SLOT(L, Contains), SLOT(L, CopyElement), SLOT(L, IsEqual),
                     SLOT(L, AddTail), SLOT(L, AddHead), SLOT(L, InsertAt), SLOT(L, Remove),
                     SLOT(L, RemoveAt), SLOT(L, RemoveCurrent), SLOT(L, GetAt), SLOT(L, IndexOf),
@@ -57,11 +50,8 @@ TEST(SlotOrder, ObjectAndList) {
                     SLOT(L, GetPrev), SLOT(L, GetLastPtr), SLOT(L, GetPrevPtr), SLOT(L, InsertNode),
                     SLOT(L, ReservedOperation), SLOT(L, RemoveNode), SLOT(L, ReservedPredicate),
                     SLOT(L, FindNode), SLOT(L, GetNodeAt));
-}
-
-TEST(SlotOrder, Map) {
-  // The map's own slots 0 to 24 are one run of its primary virtual table, wherever the run
-  // starts (that depends on how the shared MxContainerBase is laid out).
+  // The map's own slots are one run of its primary table, wherever the run starts (that
+  // depends on the layout of the shared MxContainerBase); the locked map adds none between.
   using M = MxMap<int, String>;
   ASSERT_GE(EntryOf(&M::ContainsKey), 0);
   ExpectConsecutive(EntryOf(&M::ContainsKey), SLOT(M, ContainsKey), SLOT(M, CopyPair),
@@ -72,24 +62,17 @@ TEST(SlotOrder, Map) {
                     SLOT(M, InsertNode), SLOT(M, InsertFixup), SLOT(M, MakeLeaf),
                     SLOT(M, DeleteNode), SLOT(M, DeleteFixup), SLOT(M, GetFirstNode),
                     SLOT(M, GetNextNode), SLOT(M, MoveNext));
-  // The locked map overrides without adding slots of its own in between.
   using S = SyncMap<int, String>;
   EXPECT_EQ(EntryOf(&S::Lookup) - EntryOf(&S::ContainsKey), 7);
   EXPECT_EQ(EntryOf(&S::MoveNext) - EntryOf(&S::ContainsKey), 24);
-}
-
-TEST(SlotOrder, ExceptionAndFile) {
   // MxObject's five, MxBaseException's four, then MxException's four: slots 4 to 12.
   using E = MxException;
   ExpectConsecutive(
-      5, Slot{"PrintToString", EntryOf(static_cast<String (E::*)() const>(&E::PrintToString))},
-      SLOT(E, SetCode), SLOT(E, SetLevel), SLOT(E, GetCode), SLOT(E, GetLevel),
-      SLOT(E, AddExceptionInfo), SLOT(E, RemoveExceptionInfo),
-      Slot{"GetExceptionInfo(code)",
-           EntryOf(static_cast<String (E::*)(int) const>(&E::GetExceptionInfo))},
-      Slot{"GetExceptionInfo()",
-           EntryOf(static_cast<String (E::*)() const>(&E::GetExceptionInfo))});
-
+      5, Slot{"PrintToString", EntryOf<String (E::*)() const>(&E::PrintToString)}, SLOT(E, SetCode),
+      SLOT(E, SetLevel), SLOT(E, GetCode), SLOT(E, GetLevel), SLOT(E, AddExceptionInfo),
+      SLOT(E, RemoveExceptionInfo),
+      Slot{"GetExceptionInfo(code)", EntryOf<String (E::*)(int) const>(&E::GetExceptionInfo)},
+      Slot{"GetExceptionInfo()", EntryOf<String (E::*)() const>(&E::GetExceptionInfo)});
   // MxFile's slots 5 to 15, then MxAsyncFileWin's 16 and 17.
   struct Exposed : MxAsyncFileWin {
     static long OnIoCompletionEntry() { return EntryOf(&Exposed::onIoCompletion); }
