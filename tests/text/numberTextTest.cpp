@@ -1,94 +1,108 @@
-// Number text of <mlib/text.h> (rendering, parsing, the decimal-number test, hex digits),
-// integer power and rounded division, and the two process queries.
+// Number text of <mlib/text.h> against the C library on seeded values, the digit tests,
+// Power and Divide against exact integer arithmetic, QuickSort and the two process queries.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
+#include <algorithm>
 #include <climits>
 #include <clocale>
+#include <cmath>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <limits>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
 
-TEST(NumberText, NumbersRenderLikeTheCRuntimeInAnyLocale) {
-  // A host may switch the C library to a locale whose decimal point is a comma; where one
-  // is installed, everything below runs under it.
-  if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
-  WideChar dst[40];
-  const struct {
-    long long value;
-    const WideChar* want;
-  } integers[] = {{0, MLIB_T("0")}, {-42, MLIB_T("-42")}, {INT_MIN, MLIB_T("-2147483648")}};
-  for (const auto& r : integers) {
-    EXPECT_EQ(WideString(ITOA(static_cast<int>(r.value), 99, dst, 40)), r.want);
-    EXPECT_EQ(WideString(I64TOA(r.value, dst, 40)), r.want);
-  }
-  EXPECT_EQ(WideString(I64TOA(LLONG_MIN, dst, 40)), MLIB_T("-9223372036854775808"));
-  const struct {
-    double value;
-    const WideChar* want;
-  } doubles[] = {{3.5, MLIB_T("3.500000")},
-                 {-0.25, MLIB_T("-0.250000")},
-                 {0.0000005000001, MLIB_T("0.000001")},
-                 {1e20, MLIB_T("100000000000000000000.000000")}};
-  for (const auto& r : doubles) EXPECT_EQ(WideString(FTOA(r.value, dst, 40)), r.want);
-  EXPECT_EQ(ATOF(MLIB_T("2.5")), 2.5);
-  std::setlocale(LC_ALL, "C");
+namespace {
 
-  for (WideChar& c : dst) c = '~';
-  ASSERT_EQ(ITOA(-12345, 0, dst, 4), dst);
-  EXPECT_EQ(WideString(dst, 5), WideString(MLIB_T("-12\0~"), 5)) << "cut like ANSIToWide";
-  EXPECT_EQ(WideString(FTOA(3.5, dst, 4)), MLIB_T("3.5"));
-  EXPECT_EQ(ITOA(1, 0, nullptr, 4), nullptr);
-  EXPECT_EQ(I64TOA(1, dst, 0), nullptr);
-  EXPECT_EQ(FTOA(1.0, dst, 0), nullptr);
+// A destination of 48 '~' after `place`: the text cut to room - 1, then zeros up to the room.
+void expectPlaced(const std::string& text, int room,
+                  const std::function<WideChar*(WideChar*)>& place) {
+  WideString dst(48, '~');
+  ASSERT_EQ(place(&dst[0]), room > 0 ? &dst[0] : nullptr) << text;
+  WideString want(text.begin(),
+                  text.begin() + std::min<int>(int(text.size()), std::max(room - 1, 0)));
+  want.resize(static_cast<std::size_t>(room), 0);
+  EXPECT_EQ(dst, want + WideString(48 - static_cast<std::size_t>(room), '~'))
+      << text << ", room " << room;
 }
 
-TEST(NumberText, IntegerParsingFollowsAtoiAndSaturates) {
+// QuickSort's steps transcribed literally: from the same seed, the library must leave the
+// same array and make the same number of rand() draws (so the next rand() agrees).
+void modelSort(std::vector<int>& a, int lo, int hi) {
+  for (; hi > lo;) {
+    const int pivot = a[lo + (std::rand() % 32768) % (hi - lo + 1)];
+    int i = lo, j = hi;
+    while (i <= j) {
+      while (a[i] < pivot && i < hi) ++i;
+      while (a[j] > pivot && j > lo) --j;
+      if (i <= j) std::swap(a[i++], a[j--]);
+    }
+    if (lo < j) modelSort(a, lo, j);
+    if (i >= hi) return;
+    lo = i;
+  }
+}
+
+}  // namespace
+
+// A host may switch the C library to a locale whose decimal point is a comma; where one is
+// installed, the library runs under it and must still write a full stop.
+TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
+  if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
+  std::mt19937_64 rng(7);
+  for (int round = 0; round < 3000; ++round) {
+    const long long value =
+        round < 2 ? (round ? LLONG_MIN : INT_MIN) : static_cast<long long>(rng()) >> rng() % 64;
+    const double real = std::ldexp(static_cast<double>(value), static_cast<int>(rng() % 100) - 80);
+    std::string printed = std::to_string(real);  // "%f" in the C library's locale
+    std::replace(printed.begin(), printed.end(), ',', '.');
+    const int room = static_cast<int>(rng() % 41);
+    const int small = static_cast<int>(value);
+    expectPlaced(std::to_string(small), room,
+                 [&](WideChar* d) { return ITOA(small, 99, d, room); });
+    expectPlaced(std::to_string(value), room, [&](WideChar* d) { return I64TOA(value, d, room); });
+    expectPlaced(printed, room, [&](WideChar* d) { return FTOA(real, d, room); });
+  }
+  std::setlocale(LC_ALL, "C");
+  EXPECT_TRUE(ITOA(1, 0, nullptr, 4) == nullptr && FTOA(1.0, nullptr, 4) == nullptr);
+}
+
+// Texts of the pieces numbers are made of against strtoll (atoi saturates at the int range)
+// and strtod; hexadecimal and named values are not read.
+TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
+  std::mt19937 rng(11);
+  const std::string alphabet = "0123456789 \t\r\x01-+.eE,0123456789";
+  for (int round = 0; round < 6000; ++round) {
+    std::string text;
+    for (unsigned n = rng() % 24; n > 0; --n) text += alphabet[rng() % alphabet.size()];
+    const WideString wide(text.begin(), text.end());
+    const long long want = std::strtoll(text.c_str(), nullptr, 10);
+    EXPECT_EQ(ATOI(wide.c_str()), std::clamp<long long>(want, INT_MIN, INT_MAX)) << text;
+    EXPECT_EQ(ATOI64(wide.c_str()), want) << text;
+    EXPECT_EQ(ATOF(wide.c_str()), std::strtod(text.c_str(), nullptr)) << text;
+  }
+  const double inf = std::numeric_limits<double>::infinity();
   const struct {
     const WideChar* text;
-    int want32;
-    long long want64;
-  } rows[] = {{MLIB_T("  42abc"), 42, 42},
-              {MLIB_T("\t\n-17"), -17, -17},
-              {MLIB_T("+5"), 5, 5},
-              {MLIB_T("- 5"), 0, 0},
-              {MLIB_T(""), 0, 0},
-              {MLIB_T("2147483648"), INT_MAX, 2147483648LL},
-              {MLIB_T("-2147483649"), INT_MIN, -2147483649LL},
-              {MLIB_T("9223372036854775808"), INT_MAX, LLONG_MAX},
-              {MLIB_T("-99999999999999999999999"), INT_MIN, LLONG_MIN}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(testing::PrintToString(WideString(r.text)));
-    EXPECT_EQ(ATOI(r.text), r.want32);
-    EXPECT_EQ(ATOI64(r.text), r.want64);
-  }
-  EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr), 0);
+    double want;
+  } rows[] = {{MLIB_T("0x10"), 0.0},    {MLIB_T("inf"), 0.0},    {MLIB_T("1e400"), inf},
+              {MLIB_T("-1e400"), -inf}, {MLIB_T("1e-400"), 0.0}, {MLIB_T("2.5"), 2.5}};
+  for (const auto& r : rows)
+    EXPECT_EQ(ATOF(r.text), r.want) << testing::PrintToString(WideString(r.text));
+  EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr) + ATOF(nullptr), 0);
   // Only 511 bytes are read: the second digit lies beyond them.
   EXPECT_EQ(ATOI((WideString(510, ' ') + MLIB_T("12")).c_str()), 1);
   // The text is read in the ANSI code page, where 1252 writes full-width digits as ASCII.
   MLIB_USE_ANSI_CODE_PAGE(1252);
   EXPECT_EQ(ATOI(MLIB_T("\uFF11\uFF12")), 12);
-}
-
-TEST(NumberText, DoubleParsingReadsDecimalNotationOnly) {
-  const double inf = std::numeric_limits<double>::infinity();
-  const struct {
-    const WideChar* text;
-    double want;
-  } rows[] = {{MLIB_T("  -1.5e3x"), -1500.0}, {MLIB_T("+.5"), 0.5},   {MLIB_T("7."), 7.0},
-              {MLIB_T("2E-2"), 0.02},         {MLIB_T("1e+"), 1.0},   {MLIB_T("."), 0.0},
-              {MLIB_T("0x10"), 0.0},          {MLIB_T("inf"), 0.0},   {MLIB_T("1,5"), 1.0},
-              {MLIB_T("1e-400"), 0.0},        {MLIB_T("1e400"), inf}, {MLIB_T("-1e400"), -inf}};
-  for (const auto& r : rows) {
-    EXPECT_EQ(ATOF(r.text), r.want) << testing::PrintToString(WideString(r.text));
-  }
-  EXPECT_EQ(ATOF(nullptr), 0.0);
 }
 
 TEST(NumberText, DigitTests) {
@@ -110,56 +124,45 @@ TEST(NumberText, DigitTests) {
   }
 }
 
-// Rows above 2^53 were worked out by repeating the double multiplication separately.
+// Small operands against exact integer arithmetic (halves away from zero), then the rows
+// where the double's rounding or range shows; those were worked out separately.
 TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
-  const struct {
-    int base, exponent;
-    long long want;
-  } powers[] = {{2, 10, 1024},
-                {2, 0, 2},
-                {2, 1, 2},
-                {5, -3, 5},  // exponents <= 1 give the base
-                {-3, 3, -27},
-                {0, 0, 0},
-                {0, 5, 0},
-                {2, 62, 4611686018427387904LL},
-                {3, 39, 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
-                {-2, 63, LLONG_MIN},             // exactly -2^63
-                {2, 63, LLONG_MIN},              // beyond the range: the indefinite value
-                {10, INT_MAX, LLONG_MIN},
-                {1, INT_MAX, 1},
-                {-1, INT_MAX, -1},
-                {-1, INT_MAX - 1, 1}};
-  for (const auto& r : powers) {
-    EXPECT_EQ(Power(r.base, r.exponent), r.want) << r.base << "^" << r.exponent;
+  for (int base = -6; base <= 6; ++base) {
+    long long want = base;  // exponents <= 1 give the base
+    for (int exponent = -2; exponent <= 21; ++exponent) {
+      if (exponent > 1) want *= base;
+      EXPECT_EQ(Power(base, exponent), want) << base << "^" << exponent;
+    }
+  }
+  for (long long a = -30; a <= 30; ++a) {
+    for (long long b = -12; b <= 12; ++b) {
+      const long long magnitude =
+          b == 0 ? 0 : (2 * std::llabs(a) + std::llabs(b)) / (2 * std::llabs(b));
+      EXPECT_EQ(Divide(a, b), (a < 0) != (b < 0) ? -magnitude : magnitude) << a << " / " << b;
+    }
   }
   const struct {
-    long long a, b, want;
-  } quotients[] = {{7, 2, 4},
-                   {-7, 2, -4},
-                   {5, 3, 2},
-                   {1, 3, 0},
-                   {1, 2, 1},  // quotients below 1 round too
-                   {-1, 2, -1},
-                   {9, 0, 0},
-                   {-5, -2, 3},
-                   {5, -2, -3},
-                   {-4, 3, -1},
-                   {6, 3, 2},
-                   {LLONG_MIN, 1, LLONG_MIN},
-                   {LLONG_MAX, 1, LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
-                   {LLONG_MIN, -1, LLONG_MIN + 1}};
-  for (const auto& r : quotients) EXPECT_EQ(Divide(r.a, r.b), r.want) << r.a << " / " << r.b;
+    long long got, want;
+  } rows[] = {{Power(3, 39), 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
+              {Power(-2, 63), LLONG_MIN},             // exactly -2^63
+              {Power(2, 63), LLONG_MIN},              // beyond the range: the indefinite value
+              {Power(10, INT_MAX), LLONG_MIN},
+              {Power(1, INT_MAX), 1},
+              {Power(-1, INT_MAX), -1},
+              {Power(-1, INT_MAX - 1), 1},
+              {Divide(LLONG_MIN, 1), LLONG_MIN},
+              {Divide(LLONG_MAX, 1), LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
+              {Divide(LLONG_MIN, -1), LLONG_MIN + 1}};
+  for (const auto& r : rows) EXPECT_EQ(r.got, r.want) << "row " << &r - rows;
 }
 
 TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
   WideChar folder[1024];
   ASSERT_EQ(GetCurrentPath(folder, 1024), folder);
   const WideString text(folder);
-  ASSERT_GT(text.size(), 1u);
   char utf8[4096];
   const std::filesystem::path dir = std::filesystem::u8path(WideToUtf8(utf8, folder, 4096));
-  EXPECT_TRUE(text.back() == '/' || text.back() == '\\') << utf8;
+  ASSERT_TRUE(text.size() > 1 && (text.back() == '/' || text.back() == '\\')) << utf8;
   EXPECT_TRUE(std::filesystem::exists(dir / "mlib_text_tests") ||
               std::filesystem::exists(dir / "mlib_text_tests.exe"))
       << utf8;
@@ -178,15 +181,30 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
   folder[0] = '~';
   EXPECT_EQ(GetCurrentPath(folder, 0), folder);  // nothing to fill: the destination back
   EXPECT_EQ(folder[0], '~');
+  EXPECT_TRUE(GetMemory() > 0.0f && GetMemory() < 1e9f);  // mebibytes in use
 }
 
-TEST(ProcessQueries, MemoryInUseIsWithinThePhysicalMemory) {
-  // The kernel's own report, where readable, bounds the answer from above.
-  std::ifstream meminfo("/proc/meminfo");
-  double totalKiB = 1e12;
-  for (std::string key; meminfo >> key && key != "MemTotal:";) {
+TEST(QuickSort, FollowsItsStepsDrawForDraw) {
+  std::mt19937 generator(12345);
+  for (int round = 0; round < 500; ++round) {  // random, 4 values, up, down, all equal
+    const int n = round == 0 ? 50000 : static_cast<int>(generator() % (round % 3 ? 9 : 3000));
+    std::vector<int> want(n);
+    for (int k = 0, v = 0; k < n; ++k, v = static_cast<int>(generator())) {
+      const int kinds[] = {v, v % 4, k, -k, 7};
+      want[k] = kinds[round % 5];
+    }
+    if (n > 2) want[n / 2] = round % 2 ? INT_MIN : INT_MAX;
+    // Mostly the whole array, sometimes an inner range, or none (hi < lo).
+    const int lo = round % 7 == 1 ? n / 3 : 0, hi = round % 7 == 2 ? n / 4 - 1 : n - 1 - lo / 2;
+    std::vector<int> got = want;
+    std::srand(static_cast<unsigned>(round));
+    modelSort(want, lo, hi);
+    const int wantNext = std::rand();
+    std::srand(static_cast<unsigned>(round));
+    QuickSort(got.data(), lo, hi);
+    EXPECT_EQ(got, want) << "round " << round << ", " << n << " values, " << lo << " to " << hi;
+    EXPECT_EQ(std::rand(), wantNext) << "round " << round << ": other draws";
+    EXPECT_TRUE(hi <= lo || std::is_sorted(want.begin() + lo, want.begin() + hi + 1));
   }
-  meminfo >> totalKiB;
-  EXPECT_GT(GetMemory(), 0.0f);
-  EXPECT_LE(GetMemory(), totalKiB / 1024.0);
+  QuickSort(nullptr, 0, 5);
 }
