@@ -1,19 +1,47 @@
 // Byte against the model of its growth rules on seeded scripts (the driver the fuzz target
 // runs on its input), plus what the model leaves out: copies, moves, identity, counts out of
-// range, the text of the index error, and the conversions beyond ASCII.
+// range, the text of the index error, the conversions beyond ASCII and failed allocations.
 #include <gtest/gtest.h>
 #include <mlib/byte.h>
 #include <mlib/exceptions.h>
 #include <mlib/text.h>
 
 #include <climits>
+#include <cstdlib>
 #include <fstream>
+#include <functional>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
 
 #include "byte/byteOps.h"
 #include "text/ansiCodePageScope.h"
+
+namespace {
+
+bool gFailNext = false;  // the next allocation throws
+
+void* allocate(std::size_t size) {
+  void* block = gFailNext ? nullptr : std::malloc(size == 0 ? 1 : size);
+  gFailNext = false;
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+}  // namespace
+
+// This program's allocation operators, which can be told to fail.
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
 
 namespace {
 
@@ -101,6 +129,33 @@ TEST(Byte, ConversionsBeyondAsciiKeepEveryCharacter) {
   if (AnsiCodePageScope scope(65001); scope.active) {
     EXPECT_EQ(content(bytesOf(std::string(40, '\xFF')).Utf8ToAnsi()), times("\xEF\xBF\xBD", 40));
     EXPECT_EQ(content(bytesOf(std::string(40, '\x80')).AnsiToUtf8()), times("\xEF\xBF\xBD", 40));
+  }
+}
+
+// Every operation that must allocate, on "abcd" filled to capacity: the allocator's exception
+// reaches the caller and the object is left exactly as it was.
+TEST(Byte, AFailedAllocationLeavesTheObjectAsItWas) {
+  static const unsigned char kBytes[] = "0123456789";
+  const Byte longer("a longer text than before");
+  const std::pair<const char*, std::function<void(Byte&)>> rows[] = {
+      {"SetData(bytes)", [](Byte& b) { b.SetData(kBytes, 10); }},
+      {"AppendData", [](Byte& b) { b.AppendData(kBytes, 3); }},
+      {"+= Byte", [](Byte& b) { b += b; }},
+      {"AllocBuffer", [](Byte& b) { b.AllocBuffer(64); }},
+      {"IncreaseSize", [](Byte& b) { b.IncreaseSize(8); }},
+      {"ToString", [](Byte& b) { (void)b.ToString(); }},
+      {"copy assignment", [&](Byte& b) { b = longer; }},
+      {"AnsiToUtf8", [](Byte& b) { (void)b.AnsiToUtf8(); }},
+  };
+  for (const auto& [operation, run] : rows) {
+    Byte b;
+    b.IncreaseLength(4);
+    for (int i = 0; i < 4; ++i) b.SetAt(i, static_cast<unsigned char>('a' + i));
+    const unsigned char* before = b.GetData();
+    gFailNext = true;
+    EXPECT_THROW(run(b), std::bad_alloc) << operation;
+    gFailNext = false;
+    EXPECT_TRUE(b.GetData() == before && content(b) + "/" + storage(b) == "abcd/abcd") << operation;
   }
 }
 
