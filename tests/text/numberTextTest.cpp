@@ -1,5 +1,8 @@
-// Number text of <mlib/text.h> against the C library on seeded values, the digit tests,
-// Power and Divide against exact integer arithmetic, QuickSort and the two process queries.
+// The number and byte text helpers of <mlib/text.h> against references written
+// in the test: number text against the C library on seeded values, Power and
+// Divide against exact integer arithmetic, hex text and the hashes against
+// their rules written out plainly, QuickSort against a literal transcription of
+// its steps; and the two process queries.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
@@ -7,6 +10,7 @@
 #include <climits>
 #include <clocale>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -19,23 +23,25 @@
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
+using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-// A destination of 48 '~' after `place`: the text cut to room - 1, then zeros up to the room.
-void expectPlaced(const std::string& text, int room,
-                  const std::function<WideChar*(WideChar*)>& place) {
-  WideString dst(48, '~');
-  ASSERT_EQ(place(&dst[0]), room > 0 ? &dst[0] : nullptr) << text;
-  WideString want(text.begin(),
-                  text.begin() + std::min<int>(int(text.size()), std::max(room - 1, 0)));
+// `place` on room + 8 '~' leaves the text cut to room - 1, then zeros up to the room, and
+// returns the destination (null for no room where `nullWithoutRoom`).
+template <typename C>
+void expectPlaced(const std::string& text, int room, bool nullWithoutRoom,
+                  const std::function<C*(C*)>& place) {
+  std::basic_string<C> dst(static_cast<std::size_t>(room) + 8, '~');
+  ASSERT_EQ(place(&dst[0]), room == 0 && nullWithoutRoom ? nullptr : &dst[0]) << text;
+  std::basic_string<C> want(text.begin(), text.begin() + std::min(text.size(), dst.size() - 9));
   want.resize(static_cast<std::size_t>(room), 0);
-  EXPECT_EQ(dst, want + WideString(48 - static_cast<std::size_t>(room), '~'))
-      << text << ", room " << room;
+  EXPECT_EQ(dst, want + std::basic_string<C>(8, '~')) << text << ", room " << room;
 }
 
-// QuickSort's steps transcribed literally: from the same seed, the library must leave the
-// same array and make the same number of rand() draws (so the next rand() agrees).
+// QuickSort's steps transcribed literally: from the same seed, the library must
+// leave the same array and make the same number of rand() draws (so the next
+// rand() agrees).
 void modelSort(std::vector<int>& a, int lo, int hi) {
   for (; hi > lo;) {
     const int pivot = a[lo + (std::rand() % 32768) % (hi - lo + 1)];
@@ -51,10 +57,66 @@ void modelSort(std::vector<int>& a, int lo, int hi) {
   }
 }
 
+const WideString kDigits = MLIB_T("0123456789ABCDEFabcdef");
+
+// One digit at a time: a digit needs a slot besides the terminator's, a space
+// one slot more; the narrow form (`whole`) writes whole pieces ("0A" or "0A ")
+// only.
+std::string plainHex(const Bytes& bytes, std::size_t room, bool spaced, bool whole) {
+  std::string out;
+  for (const unsigned char b : bytes) {
+    if (whole && out.size() + (spaced ? 3 : 2) >= room) break;
+    for (const int digit : {b >> 4, b & 15}) {
+      if (out.size() + 1 >= room) return out;
+      out += static_cast<char>(kDigits[static_cast<std::size_t>(digit)]);
+    }
+    if (spaced && !whole && out.size() + 2 >= room) return out;
+    if (spaced) out += ' ';
+  }
+  return out;
+}
+
+// Digit pairs make bytes, anything else is skipped, a full output ends the
+// walk, a lone last digit is a byte of its own. Gives the output as written
+// into room + 8 bytes of 0xEE.
+Bytes plainParse(const WideString& text, int capacity, int& written) {
+  Bytes out;
+  int pending = -1;
+  for (const WideChar c : text) {
+    const std::size_t at = kDigits.find(c);
+    if (at == WideString::npos || static_cast<int>(out.size()) >= capacity) continue;
+    const int value = static_cast<int>(at < 16 ? at : at - 6);
+    if (pending >= 0) out.push_back(static_cast<unsigned char>(pending << 4 | value));
+    pending = pending < 0 ? value : -1;
+  }
+  if (pending >= 0 && static_cast<int>(out.size()) < capacity) out.push_back(pending & 15);
+  written = static_cast<int>(out.size());
+  out.resize(static_cast<std::size_t>(std::max(capacity, 0)), 0);
+  out.resize(out.size() + 8, 0xEE);
+  return out;
+}
+
+void expectPlainHashes(const std::string& text) {
+  std::uint32_t h = 0, a = 1, k = 4, b = 0;
+  for (const char c : text) {
+    const auto s = static_cast<std::uint32_t>(static_cast<signed char>(c));  // bytes as signed
+    h = h * 131u + s;
+    a ^= ((a & 63u) + k) * static_cast<unsigned char>(c) + (a << 8);
+    k += 3;
+    b = (b << 4) + s;
+    const std::uint32_t x = b & 0xF0000000u;
+    if (x != 0) b = b ^ (x >> 24) ^ x;
+  }
+  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCode(text.c_str())), h & 0x7FFFFFFFu);
+  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeA(text.c_str())), a);
+  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeB(text.c_str())), b);
+}
+
 }  // namespace
 
-// A host may switch the C library to a locale whose decimal point is a comma; where one is
-// installed, the library runs under it and must still write a full stop.
+// A host may switch the C library to a locale whose decimal point is a comma;
+// where one is installed, the library runs under it and must still write a full
+// stop.
 TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
   if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
   std::mt19937_64 rng(7);
@@ -66,18 +128,19 @@ TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
     std::replace(printed.begin(), printed.end(), ',', '.');
     const int room = static_cast<int>(rng() % 41);
     const int small = static_cast<int>(value);
-    expectPlaced(std::to_string(small), room,
-                 [&](WideChar* d) { return ITOA(small, 99, d, room); });
-    expectPlaced(std::to_string(value), room, [&](WideChar* d) { return I64TOA(value, d, room); });
-    expectPlaced(printed, room, [&](WideChar* d) { return FTOA(real, d, room); });
+    expectPlaced<WideChar>(std::to_string(small), room, true,
+                           [&](WideChar* d) { return ITOA(small, 99, d, room); });
+    expectPlaced<WideChar>(std::to_string(value), room, true,
+                           [&](WideChar* d) { return I64TOA(value, d, room); });
+    expectPlaced<WideChar>(printed, room, true, [&](WideChar* d) { return FTOA(real, d, room); });
   }
   EXPECT_EQ(ATOF(MLIB_T("2.5")), 2.5);
   std::setlocale(LC_ALL, "C");
   EXPECT_TRUE(ITOA(1, 0, nullptr, 4) == nullptr && FTOA(1.0, nullptr, 4) == nullptr);
 }
 
-// Texts of the pieces numbers are made of against strtoll (atoi saturates at the int range)
-// and strtod; hexadecimal and named values are not read.
+// Texts of the pieces numbers are made of against strtoll (atoi saturates at
+// the int range) and strtod; hexadecimal and named values are not read.
 TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
   std::mt19937 rng(11);
   const std::string alphabet = "0123456789 \t\r\x01-+.eE,0123456789";
@@ -95,7 +158,8 @@ TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
   EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr) + ATOF(nullptr), 0);
   // Only 511 bytes are read: the second digit lies beyond them.
   EXPECT_EQ(ATOI((WideString(510, ' ') + MLIB_T("12")).c_str()), 1);
-  // The text is read in the ANSI code page, where 1252 writes full-width digits as ASCII.
+  // The text is read in the ANSI code page, where 1252 writes full-width digits
+  // as ASCII.
   MLIB_USE_ANSI_CODE_PAGE(1252);
   EXPECT_EQ(ATOI(MLIB_T("\uFF11\uFF12")), 12);
 }
@@ -119,8 +183,9 @@ TEST(NumberText, DigitTests) {
   }
 }
 
-// Small operands against exact integer arithmetic (halves away from zero), then the rows
-// where the double's rounding or range shows; those were worked out separately.
+// Small operands against exact integer arithmetic (halves away from zero), then
+// the rows where the double's rounding or range shows; those were worked out
+// separately.
 TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
   for (int base = -6; base <= 6; ++base) {
     long long want = base;  // exponents <= 1 give the base
@@ -170,7 +235,8 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
   }
   EXPECT_EQ(GetCurrentPath(nullptr, 16), nullptr);
   folder[0] = '~';
-  EXPECT_EQ(GetCurrentPath(folder, 0), folder);  // nothing to fill: the destination back
+  EXPECT_EQ(GetCurrentPath(folder, 0),
+            folder);  // nothing to fill: the destination back
   EXPECT_EQ(folder[0], '~');
   EXPECT_TRUE(GetMemory() > 0.0f && GetMemory() < 1e9f);  // mebibytes in use
 }
@@ -198,4 +264,112 @@ TEST(QuickSort, FollowsItsStepsDrawForDraw) {
     EXPECT_TRUE(hi <= lo || std::is_sorted(want.begin() + lo, want.begin() + hi + 1));
   }
   QuickSort(nullptr, 0, 5);
+}
+
+// Every count up to 80 bytes (digits go 16 bytes at a time) and rooms around
+// the blocks' edges, spaced or not: the rule's text, zeros up to the room,
+// nothing written beyond it.
+TEST(HexText, RenderingStopsAtTheRoom) {
+  Bytes all(80);
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<unsigned char>(i * 37 + 11);
+  for (unsigned count = 0; count <= all.size(); ++count) {
+    const Bytes bytes(all.begin(), all.begin() + count);
+    for (unsigned room = 0; room <= 250; room += 1 + room / 16) {
+      for (bool spaced : {false, true}) {
+        SCOPED_TRACE(testing::Message() << count << " bytes, room " << room << " " << spaced);
+        expectPlaced<WideChar>(
+            plainHex(bytes, room, spaced, false), int(room), false,
+            [&](WideChar* d) { return ByteToHexString(all.data(), int(count), d, room, spaced); });
+        expectPlaced<char>(plainHex(bytes, room, spaced, true), int(room), false,
+                           [&](char* d) { return ByteToHex(all.data(), count, d, room, spaced); });
+      }
+    }
+  }
+  WideChar wideDst[2] = {'~', '~'};
+  EXPECT_EQ(ByteToHexString(nullptr, 2, wideDst, 2, false), wideDst);
+  EXPECT_EQ(WideString(wideDst, 2), WideString(2, 0)) << "filled even without bytes";
+  char narrowDst[2] = {'~', '~'};
+  EXPECT_TRUE(ByteToHexString(all.data(), 2, nullptr, 2, false) == nullptr &&
+              ByteToHex(nullptr, 2, narrowDst, 2, false) == nullptr &&
+              ByteToHex(all.data(), 2, nullptr, 2, false) == nullptr && narrowDst[0] == '~');
+}
+
+// Long texts go 16 units at a time while they are unbroken digits: texts of digits with now
+// and then a character next to a digit's range (or a unit whose low byte is a digit), at
+// every length, room (none and -1 first) and start. Digits after the terminator, and none
+// before the text, show a walk or a measure that strays from the text.
+TEST(HexText, ParsingPairsDigitsAndSkipsEverythingElse) {
+  unsigned char cleared[2] = {7, 7};
+  EXPECT_EQ(HexStringToByte(nullptr, cleared, 2), 0);
+  EXPECT_EQ(cleared[0], 0) << "the output is cleared before the null text is noticed";
+  EXPECT_EQ(HexStringToByte(MLIB_T("AB"), nullptr, 2), 0);
+  std::mt19937 generator(99);
+  const WideString strangers = MLIB_T("/:@G`g x\u0130\u0141\uFF10");
+  for (int round = 0; round < 400; ++round) {
+    const std::size_t length = round < 20 ? round % 5 : generator() % 200;
+    const unsigned oddOneIn = 1 + generator() % 60;
+    WideString text;
+    for (std::size_t i = 0; i < length; ++i) {
+      text += generator() % oddOneIn == 0 ? strangers[generator() % strangers.size()]
+                                          : kDigits[generator() % kDigits.size()];
+    }
+    const int capacity = round < 20 ? round % 4 - 1 : 1 + static_cast<int>(generator() % 110);
+    const std::size_t start = 1024 + generator() % 64;
+    const WideString stored = WideString(start, '~') + text + WideChar(0) + kDigits + kDigits;
+    int written = 0;
+    const Bytes want = plainParse(text, capacity, written);
+    Bytes out(want.size(), 0xEE);
+    EXPECT_EQ(HexStringToByte(stored.c_str() + start, out.data(), capacity), written)
+        << "round " << round;
+    EXPECT_EQ(out, want) << "round " << round << ", capacity " << capacity;
+  }
+}
+
+// Random texts (bytes 1 to 255) at every length from every start within a
+// block, and long ones: the hashes work through long texts in blocks.
+TEST(Hash, HashesFollowTheRules) {
+  EXPECT_EQ(GetStringHashCode(nullptr) & GetStringHashCodeA(nullptr) & GetStringHashCodeB(nullptr) &
+                GetStringHashCodeT(nullptr),
+            -1);
+  EXPECT_EQ(GetStringHashCodeA("a"),
+            740);  // the rule's one value worked out by hand
+  std::mt19937 generator(2026);
+  std::string text((1u << 20) + 37, ' ');
+  for (char& c : text) c = static_cast<char>(1 + generator() % 255);
+  for (std::size_t length = 0; length <= 300; ++length) {
+    SCOPED_TRACE(length);
+    expectPlainHashes(text.substr(length % 64, length));
+  }
+  for (const std::string& t :
+       {text, std::string(1u << 20, '\xFF'), std::string(1u << 20, '\x7F')}) {
+    expectPlainHashes(t);
+  }
+  // The wide hash hashes the ANSI form, cut to one byte of room per character.
+  // ASCII text hashes as its bytes, from every start within 64 units and at
+  // many lengths (the length is scanned 64 and 128 bytes at a time).
+  std::string ascii(700, 'q');
+  for (std::size_t i = 0; i < ascii.size(); i += 7) ascii[i] = static_cast<char>('a' + i % 26);
+  for (std::size_t start = 0; start < 64; ++start) {
+    for (std::size_t length = 0; length < 600; length += 1 + length / 8) {
+      const std::string narrow = ascii.substr(0, start + length);
+      const WideString wide(narrow.begin(), narrow.end());
+      EXPECT_EQ(GetStringHashCodeT(wide.c_str() + start), GetStringHashCode(narrow.c_str() + start))
+          << start << ", " << length;
+    }
+  }
+  const struct {
+    unsigned page;
+    WideString text;
+    std::string ansi;
+  } rows[] = {{1252, MLIB_T("\u00E9"), "\xE9"},
+              {936, MLIB_T("\u4E2D\u6587"), "\xD6\xD0"},  // two bytes of room: the first fits
+              {936, MLIB_T("\u4E2D"), ""},
+              {65001, MLIB_T("\u00E9\u4E2D"), "\xC3\xA9"},  // three bytes of room, two of text
+              {65001, MLIB_T("\u4E2D\u6587"), ""}};
+  for (const auto& r : rows) {
+    AnsiCodePageScope scope(r.page);
+    if (!scope.active) continue;
+    EXPECT_EQ(GetStringHashCodeT(r.text.c_str()), GetStringHashCode(r.ansi.c_str()))
+        << r.page << ": " << r.ansi;
+  }
 }
