@@ -1,8 +1,7 @@
-// The number and byte text helpers of <mlib/text.h> against references written
-// in the test: number text against the C library on seeded values, Power and
-// Divide against exact integer arithmetic, hex text and the hashes against
-// their rules written out plainly, QuickSort against a literal transcription of
-// its steps; and the two process queries.
+// The number and byte text helpers of <mlib/text.h> against references written in the test: number
+// text against the C library on seeded values, Power and Divide against exact integer arithmetic,
+// hex text and the hashes against their rules written out plainly, QuickSort against a literal
+// transcription of its steps; and the two process queries.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
@@ -40,9 +39,8 @@ void expectPlaced(const std::string& text, int room, bool nullWithoutRoom,
   EXPECT_EQ(dst, want + std::basic_string<C>(8, '~')) << text << ", room " << room;
 }
 
-// QuickSort's steps transcribed literally: from the same seed, the library must
-// leave the same array and make the same number of rand() draws (so the next
-// rand() agrees).
+// QuickSort's steps transcribed literally: from the same seed, the library must leave the same
+// array and make the same number of rand() draws (so the next rand() agrees).
 void modelSort(std::vector<int>& a, int lo, int hi) {
   for (; hi > lo;) {
     const int pivot = a[lo + (std::rand() % 32768) % (hi - lo + 1)];
@@ -60,9 +58,8 @@ void modelSort(std::vector<int>& a, int lo, int hi) {
 
 const WideString kDigits = MLIB_T("0123456789ABCDEFabcdef");
 
-// One digit at a time: a digit needs a slot besides the terminator's, a space
-// one slot more; the narrow form (`whole`) writes whole pieces ("0A" or "0A ")
-// only.
+// One digit at a time: a digit needs a slot besides the terminator's, a space one slot more; the
+// narrow form (`whole`) writes whole pieces ("0A" or "0A ") only.
 std::string plainHex(const Bytes& bytes, std::size_t room, bool spaced, bool whole) {
   std::string out;
   for (const unsigned char b : bytes) {
@@ -77,9 +74,8 @@ std::string plainHex(const Bytes& bytes, std::size_t room, bool spaced, bool who
   return out;
 }
 
-// Digit pairs make bytes, anything else is skipped, a full output ends the
-// walk, a lone last digit is a byte of its own. Gives the output as written
-// into room + 8 bytes of 0xEE.
+// Digit pairs make bytes, anything else is skipped, a full output ends the walk, a lone last digit
+// is a byte of its own. Gives the output as written into room + 8 bytes of 0xEE.
 Bytes plainParse(const WideString& text, int capacity, int& written) {
   Bytes out;
   int pending = -1;
@@ -115,9 +111,8 @@ void expectPlainHashes(const std::string& text) {
 
 }  // namespace
 
-// A host may switch the C library to a locale whose decimal point is a comma;
-// where one is installed, the library runs under it and must still write a full
-// stop.
+// A host may switch the C library to a locale whose decimal point is a comma; where one is
+// installed, the library runs under it and must still write a full stop.
 TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
   if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
   std::mt19937_64 rng(7);
@@ -164,8 +159,7 @@ TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
   EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr) + ATOF(nullptr), 0);
   // Only 511 bytes are read: the second digit lies beyond them.
   EXPECT_EQ(ATOI((WideString(510, ' ') + MLIB_T("12")).c_str()), 1);
-  // The text is read in the ANSI code page, where 1252 writes full-width digits
-  // as ASCII.
+  // The text is read in the ANSI code page, where 1252 writes full-width digits as ASCII.
   MLIB_USE_ANSI_CODE_PAGE(1252);
   EXPECT_EQ(ATOI(MLIB_T("\uFF11\uFF12")), 12);
 }
@@ -189,9 +183,8 @@ TEST(NumberText, DigitTests) {
   }
 }
 
-// Small operands against exact integer arithmetic (halves away from zero), then
-// the rows where the double's rounding or range shows; those were worked out
-// separately.
+// Small operands against exact integer arithmetic (halves away from zero), then the rows where the
+// double's rounding or range shows; those were worked out separately.
 TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
   for (int base = -6; base <= 6; ++base) {
     long long want = base;  // exponents <= 1 give the base
@@ -277,9 +270,8 @@ TEST(QuickSort, FollowsItsStepsDrawForDraw) {
   QuickSort(nullptr, 0, 5);
 }
 
-// Every count up to 80 bytes (digits go 16 bytes at a time) and rooms around
-// the blocks' edges, spaced or not: the rule's text, zeros up to the room,
-// nothing written beyond it.
+// Every count up to 80 bytes (digits go 16 bytes at a time) and rooms around the blocks' edges,
+// spaced or not: the rule's text, zeros up to the room, nothing written beyond it.
 TEST(HexText, RenderingStopsAtTheRoom) {
   Bytes all(80);
   for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<unsigned char>(i * 37 + 11);
