@@ -10,14 +10,13 @@
 
 namespace {
 
-// Fills `room` elements and 8 more with a canary, lets write() fill them, and traps unless
-// everything from `room` on still holds the canary (and, when asked, the room ends in 0).
+// Traps unless write() left everything past `room` elements as it was (and, when asked, the
+// room ends in 0).
 template <typename T, typename Write>
 void checkInside(std::size_t room, bool terminated, Write write) {
-  const T canary = static_cast<T>(0x5A5A);
-  std::vector<T> buffer(room * 3 + 8, canary);
+  std::vector<T> buffer(room * 3 + 8, static_cast<T>(0x5A5A));
   write(buffer.data());
-  const auto past = [&](T c) { return c != canary; };
+  const auto past = [](T c) { return c != static_cast<T>(0x5A5A); };
   if (std::any_of(buffer.begin() + static_cast<std::ptrdiff_t>(room), buffer.end(), past) ||
       (terminated && buffer[room - 1] != 0)) {
     __builtin_trap();

@@ -10,16 +10,14 @@
 
 namespace mlib::test {
 
-inline std::string content(const Byte& b) {
-  if (b.GetData() == nullptr) return {};
-  return std::string(reinterpret_cast<const char*>(b.GetData()),
-                     static_cast<std::size_t>(b.GetLength()));
-}
-
 inline std::string storage(const Byte& b) {
   if (b.GetData() == nullptr) return {};
   return std::string(reinterpret_cast<const char*>(b.GetData()),
                      static_cast<std::size_t>(b.GetBufferLength()));
+}
+
+inline std::string content(const Byte& b) {
+  return storage(b).substr(0, static_cast<std::size_t>(b.GetLength()));
 }
 
 inline Byte bytesOf(const std::string& s) {

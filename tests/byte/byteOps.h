@@ -1,7 +1,6 @@
 // One driver of Byte scripts for the unit test (seeded random numbers) and the fuzz target
-// (its input): after every step the storage, length and every accessor are checked against a
-// model of the growth rules (exact fit, the three in-place tests of the appends, SetData's
-// reuse, the trims). Gives "" or what differed, after the steps so far.
+// (its input): after every step the storage and every accessor are checked against a model
+// of the growth rules. Gives "" or the steps so far and what differed.
 #ifndef MLIB_TESTS_BYTE_BYTEOPS_H
 #define MLIB_TESTS_BYTE_BYTEOPS_H
 
@@ -11,14 +10,12 @@
 #include <algorithm>
 #include <functional>
 #include <string>
-#include <utility>
 
 #include "../byteContent.h"
 
 namespace mlib::test {
 
-// The buffer as the rules describe it: whether it has storage, all its storage bytes (the
-// capacity is their count) and the length.
+// Whether the buffer has storage, all its storage bytes (the capacity is their count), the length.
 struct ByteModel {
   bool has = false;
   std::string bytes;

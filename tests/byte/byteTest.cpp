@@ -1,14 +1,47 @@
-// Byte against the model of its growth rules on seeded scripts, plus the edges the model leaves
-// out: copies, moves, identity, counts out of range and the text of the thrown index error.
+// Byte against the model of its growth rules on seeded scripts (the driver the fuzz target
+// runs on its input), plus what the model leaves out: copies, moves, identity, counts out of
+// range, the text of the index error, the conversions beyond ASCII and failed allocations.
 #include <gtest/gtest.h>
 #include <mlib/byte.h>
 #include <mlib/exceptions.h>
+#include <mlib/text.h>
 
 #include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <new>
 #include <random>
+#include <sstream>
 #include <string>
 
 #include "byte/byteOps.h"
+#include "text/ansiCodePageScope.h"
+
+namespace {
+
+bool gFailNext = false;  // the next allocation throws
+
+void* allocate(std::size_t size) {
+  void* block = gFailNext ? nullptr : std::malloc(size == 0 ? 1 : size);
+  gFailNext = false;
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+}  // namespace
+
+// This program's allocation operators, which can be told to fail.
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
 
 namespace {
 
@@ -17,9 +50,6 @@ using mlib::test::bytesOf;
 using mlib::test::content;
 using mlib::test::storage;
 
-const unsigned char* u8(const char* s) { return reinterpret_cast<const unsigned char*>(s); }
-
-// Seeded scripts through the driver the fuzz target runs on its input.
 TEST(Byte, FollowsTheModelOnRandomOperations) {
   for (unsigned seed = 0; seed < 3000; ++seed) {
     std::mt19937 rng(seed);
@@ -29,44 +59,104 @@ TEST(Byte, FollowsTheModelOnRandomOperations) {
   }
 }
 
-TEST(Byte, CopiesMovesAndIdentity) {
+TEST(Byte, CopiesMovesIdentityAndCountsOutOfRange) {
   const Byte none;
-  EXPECT_TRUE(none == Byte());
-  Byte source("data"), copy(source), target("keep");
-  EXPECT_EQ(content(copy), "data");
-  EXPECT_FALSE(copy == source);
-  target = none;  // copying a Byte without storage changes nothing
-  EXPECT_EQ(content(target), "keep");
-  Byte reserved;
-  unsigned char* at = reserved.AllocBuffer(64);
-  reserved.SetData("abc");
-  Byte moved(std::move(reserved));
-  EXPECT_EQ(reserved.GetData(), nullptr);  // NOLINT(bugprone-use-after-move)
-  target = std::move(moved);
-  EXPECT_EQ(target.GetData(), at);
-  EXPECT_EQ(storage(target), std::string("abc") + std::string(61, '\0'));
-}
-
-TEST(Byte, CountsOutOfRangeAndIndexes) {
-  Byte b("abc");
-  b.SetData(u8("q"), -2);
-  b.SetData(nullptr, INT_MAX);
-  for (int count : {0, -1, INT_MAX}) b.AppendData(u8("cd"), count);
-  b.AppendData(nullptr, 2);
-  EXPECT_EQ(b.IncreaseLength(INT_MAX), 3);
-  EXPECT_EQ(b.AllocBuffer(-3), b.GetData());
-  EXPECT_EQ(storage(b), std::string("abc\0", 4));
-  b[2] = 'C';  // SetAt and the index error at every index are steps of the driver
-  EXPECT_EQ(storage(b), std::string("abC\0", 4));
-  EXPECT_TRUE(b.GetData(nullptr, 5) == 0 && b.GetBuffer(-1) == nullptr);
+  Byte source("data"), copy(source), b("keep");
+  EXPECT_TRUE(none == Byte() && !(copy == source) && content(copy) == "data");
+  b = none;  // copying a Byte without storage changes nothing
+  EXPECT_EQ(content(b), "keep");
+  const unsigned char* at = b.AllocBuffer(64);
+  b.SetData("abc");
+  Byte moved(std::move(b));
+  EXPECT_EQ(b.GetData(), nullptr);  // NOLINT(bugprone-use-after-move)
+  source = std::move(moved);        // its own storage released
+  EXPECT_TRUE(source.GetData() == at &&
+              storage(source) == std::string("abc") + std::string(61, '\0'));
+  Byte c("abc");
+  const auto* q = reinterpret_cast<const unsigned char*>("q");
+  c.SetData(q, -2);
+  c.SetData(nullptr, INT_MAX);
+  for (int count : {0, -1, INT_MAX}) c.AppendData(q, count);
+  c.AppendData(nullptr, 2);
+  EXPECT_EQ(c.IncreaseLength(INT_MAX), 3);
+  EXPECT_EQ(c.AllocBuffer(-3), c.GetData());
+  c[2] = 'C';  // SetAt and the index error at every index are steps of the driver
+  EXPECT_EQ(storage(c), std::string("abC\0", 4));
+  EXPECT_TRUE(c.GetData(nullptr, 5) == 0 && c.GetBuffer(-1) == nullptr);
   try {
-    (void)b[INT_MIN];
+    (void)c[INT_MIN];
     ADD_FAILURE() << "no exception";
   } catch (mlib::MxBaseException& e) {
     const mlib::String report = mlib::MxException::PrintToString(&e);
     EXPECT_GE(report.IndexOf(MLIB_T("Description: Call Stack: Byte::[] }")), 0);
   }
   EXPECT_THROW((void)Byte()[0], mlib::MxObject);
+}
+
+// Every 1252 byte against the code page's reference table both ways, and the room for three
+// UTF-8 bytes per byte: 0x80 is the euro sign in 1252, and with UTF-8 as the ANSI page each
+// stray byte becomes U+FFFD, both ways.
+TEST(Byte, ConversionsBeyondAsciiKeepEveryCharacter) {
+  const auto utf8Of = [](unsigned cp) {  // one BMP code point
+    if (cp < 0x80) return std::string(1, static_cast<char>(cp));
+    if (cp < 0x800) return std::string{char(0xC0 | cp >> 6), char(0x80 | (cp & 0x3F))};
+    return std::string{char(0xE0 | cp >> 12), char(0x80 | (cp >> 6 & 0x3F)),
+                       char(0x80 | (cp & 0x3F))};
+  };
+  const auto times = [](const std::string& s, int n) {
+    std::string out;
+    while (n-- > 0) out += s;
+    return out;
+  };
+  if (AnsiCodePageScope scope(1252); scope.active) {
+    std::ifstream table(MLIB_TEST_DATA_DIR "/cp1252-to-wide.txt");
+    std::string ansi, expectedUtf8;
+    for (std::string line; std::getline(table, line);) {
+      if (line.size() != 7) continue;  // one byte, a tab, one unit; the mixtures are longer
+      unsigned byte = 0, unit = 0;
+      std::istringstream(line) >> std::hex >> byte >> unit;
+      ansi += static_cast<char>(byte);
+      expectedUtf8 += utf8Of(unit);
+    }
+    ASSERT_EQ(ansi.size(), 255u);
+    const Byte utf8 = bytesOf(ansi).AnsiToUtf8();
+    EXPECT_EQ(content(utf8), expectedUtf8);
+    EXPECT_EQ(utf8.GetBufferLength(), utf8.GetLength() + 1);
+    EXPECT_EQ(content(utf8.Utf8ToAnsi()), ansi);
+    EXPECT_EQ(content(bytesOf(std::string(1000, '\x80')).AnsiToUtf8()),
+              times(utf8Of(0x20AC), 1000));
+  }
+  if (AnsiCodePageScope scope(65001); scope.active) {
+    EXPECT_EQ(content(bytesOf(std::string(40, '\xFF')).Utf8ToAnsi()), times("\xEF\xBF\xBD", 40));
+    EXPECT_EQ(content(bytesOf(std::string(40, '\x80')).AnsiToUtf8()), times("\xEF\xBF\xBD", 40));
+  }
+}
+
+// Every operation that must allocate, on "abcd" filled to capacity: the allocator's exception
+// reaches the caller and the object is left exactly as it was.
+TEST(Byte, AFailedAllocationLeavesTheObjectAsItWas) {
+  static const unsigned char kBytes[] = "0123456789";
+  const Byte longer("a longer text than before");
+  const std::pair<const char*, std::function<void(Byte&)>> rows[] = {
+      {"SetData(bytes)", [](Byte& b) { b.SetData(kBytes, 10); }},
+      {"AppendData", [](Byte& b) { b.AppendData(kBytes, 3); }},
+      {"+= Byte", [](Byte& b) { b += b; }},
+      {"AllocBuffer", [](Byte& b) { b.AllocBuffer(64); }},
+      {"IncreaseSize", [](Byte& b) { b.IncreaseSize(8); }},
+      {"ToString", [](Byte& b) { (void)b.ToString(); }},
+      {"copy assignment", [&](Byte& b) { b = longer; }},
+      {"AnsiToUtf8", [](Byte& b) { (void)b.AnsiToUtf8(); }},
+  };
+  for (const auto& [operation, run] : rows) {
+    Byte b;
+    b.IncreaseLength(4);
+    for (int i = 0; i < 4; ++i) b.SetAt(i, static_cast<unsigned char>('a' + i));
+    const unsigned char* before = b.GetData();
+    gFailNext = true;
+    EXPECT_THROW(run(b), std::bad_alloc) << operation;
+    gFailNext = false;
+    EXPECT_TRUE(b.GetData() == before && content(b) + "/" + storage(b) == "abcd/abcd") << operation;
+  }
 }
 
 }  // namespace

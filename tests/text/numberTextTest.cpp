@@ -1,94 +1,167 @@
-// Number text of <mlib/text.h> (rendering, parsing, the decimal-number test, hex digits),
-// integer power and rounded division, and the two process queries.
+// The number and byte text helpers of <mlib/text.h> against references written in the test: number
+// text against the C library on seeded values, Power and Divide against exact integer arithmetic,
+// hex text and the hashes against their rules written out plainly, QuickSort against a literal
+// transcription of its steps; and the two process queries.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
+#include <algorithm>
 #include <climits>
 #include <clocale>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
+using Bytes = std::vector<unsigned char>;
 
-TEST(NumberText, NumbersRenderLikeTheCRuntimeInAnyLocale) {
-  // A host may switch the C library to a locale whose decimal point is a comma; where one
-  // is installed, everything below runs under it.
-  if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
-  WideChar dst[40];
-  const struct {
-    long long value;
-    const WideChar* want;
-  } integers[] = {{0, MLIB_T("0")}, {-42, MLIB_T("-42")}, {INT_MIN, MLIB_T("-2147483648")}};
-  for (const auto& r : integers) {
-    EXPECT_EQ(WideString(ITOA(static_cast<int>(r.value), 99, dst, 40)), r.want);
-    EXPECT_EQ(WideString(I64TOA(r.value, dst, 40)), r.want);
-  }
-  EXPECT_EQ(WideString(I64TOA(LLONG_MIN, dst, 40)), MLIB_T("-9223372036854775808"));
-  const struct {
-    double value;
-    const WideChar* want;
-  } doubles[] = {{3.5, MLIB_T("3.500000")},
-                 {-0.25, MLIB_T("-0.250000")},
-                 {0.0000005000001, MLIB_T("0.000001")},
-                 {1e20, MLIB_T("100000000000000000000.000000")}};
-  for (const auto& r : doubles) EXPECT_EQ(WideString(FTOA(r.value, dst, 40)), r.want);
-  EXPECT_EQ(ATOF(MLIB_T("2.5")), 2.5);
-  std::setlocale(LC_ALL, "C");
+namespace {
 
-  for (WideChar& c : dst) c = '~';
-  ASSERT_EQ(ITOA(-12345, 0, dst, 4), dst);
-  EXPECT_EQ(WideString(dst, 5), WideString(MLIB_T("-12\0~"), 5)) << "cut like ANSIToWide";
-  EXPECT_EQ(WideString(FTOA(3.5, dst, 4)), MLIB_T("3.5"));
-  EXPECT_EQ(ITOA(1, 0, nullptr, 4), nullptr);
-  EXPECT_EQ(I64TOA(1, dst, 0), nullptr);
-  EXPECT_EQ(FTOA(1.0, dst, 0), nullptr);
+// `place` on room + 8 '~' leaves the text cut to room - 1, then zeros up to the room, and
+// returns the destination (null for no room where `nullWithoutRoom`).
+template <typename C>
+void expectPlaced(const std::string& text, int room, bool nullWithoutRoom,
+                  const std::function<C*(C*)>& place) {
+  std::basic_string<C> dst(static_cast<std::size_t>(room) + 8, '~');
+  ASSERT_EQ(place(&dst[0]), room == 0 && nullWithoutRoom ? nullptr : &dst[0]) << text;
+  std::basic_string<C> want(text.begin(), text.begin() + std::min(text.size(), dst.size() - 9));
+  want.resize(static_cast<std::size_t>(room), 0);
+  EXPECT_EQ(dst, want + std::basic_string<C>(8, '~')) << text << ", room " << room;
 }
 
-TEST(NumberText, IntegerParsingFollowsAtoiAndSaturates) {
-  const struct {
-    const WideChar* text;
-    int want32;
-    long long want64;
-  } rows[] = {{MLIB_T("  42abc"), 42, 42},
-              {MLIB_T("\t\n-17"), -17, -17},
-              {MLIB_T("+5"), 5, 5},
-              {MLIB_T("- 5"), 0, 0},
-              {MLIB_T(""), 0, 0},
-              {MLIB_T("2147483648"), INT_MAX, 2147483648LL},
-              {MLIB_T("-2147483649"), INT_MIN, -2147483649LL},
-              {MLIB_T("9223372036854775808"), INT_MAX, LLONG_MAX},
-              {MLIB_T("-99999999999999999999999"), INT_MIN, LLONG_MIN}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(testing::PrintToString(WideString(r.text)));
-    EXPECT_EQ(ATOI(r.text), r.want32);
-    EXPECT_EQ(ATOI64(r.text), r.want64);
+// QuickSort's steps transcribed literally: from the same seed, the library must leave the same
+// array and make the same number of rand() draws (so the next rand() agrees).
+void modelSort(std::vector<int>& a, int lo, int hi) {
+  for (; hi > lo;) {
+    const int pivot = a[lo + (std::rand() % 32768) % (hi - lo + 1)];
+    int i = lo, j = hi;
+    while (i <= j) {
+      while (a[i] < pivot && i < hi) ++i;
+      while (a[j] > pivot && j > lo) --j;
+      if (i <= j) std::swap(a[i++], a[j--]);
+    }
+    if (lo < j) modelSort(a, lo, j);
+    if (i >= hi) return;
+    lo = i;
   }
-  EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr), 0);
+}
+
+const WideString kDigits = MLIB_T("0123456789ABCDEFabcdef");
+
+// One digit at a time: a digit needs a slot besides the terminator's, a space one slot more; the
+// narrow form (`whole`) writes whole pieces ("0A" or "0A ") only.
+std::string plainHex(const Bytes& bytes, std::size_t room, bool spaced, bool whole) {
+  std::string out;
+  for (const unsigned char b : bytes) {
+    if (whole && out.size() + (spaced ? 3 : 2) >= room) break;
+    for (const int digit : {b >> 4, b & 15}) {
+      if (out.size() + 1 >= room) return out;
+      out += static_cast<char>(kDigits[static_cast<std::size_t>(digit)]);
+    }
+    if (spaced && !whole && out.size() + 2 >= room) return out;
+    if (spaced) out += ' ';
+  }
+  return out;
+}
+
+// Digit pairs make bytes, anything else is skipped, a full output ends the walk, a lone last digit
+// is a byte of its own. Gives the output as written into room + 8 bytes of 0xEE.
+Bytes plainParse(const WideString& text, int capacity, int& written) {
+  Bytes out;
+  int pending = -1;
+  for (const WideChar c : text) {
+    const std::size_t at = kDigits.find(c);
+    if (at == WideString::npos || static_cast<int>(out.size()) >= capacity) continue;
+    const int value = static_cast<int>(at < 16 ? at : at - 6);
+    if (pending >= 0) out.push_back(static_cast<unsigned char>(pending << 4 | value));
+    pending = pending < 0 ? value : -1;
+  }
+  if (pending >= 0 && static_cast<int>(out.size()) < capacity) out.push_back(pending & 15);
+  written = static_cast<int>(out.size());
+  out.resize(static_cast<std::size_t>(std::max(capacity, 0)), 0);
+  out.resize(out.size() + 8, 0xEE);
+  return out;
+}
+
+void expectPlainHashes(const std::string& text) {
+  std::uint32_t h = 0, a = 1, k = 4, b = 0;
+  for (const char c : text) {
+    const auto s = static_cast<std::uint32_t>(static_cast<signed char>(c));  // bytes as signed
+    h = h * 131u + s;
+    a ^= ((a & 63u) + k) * static_cast<unsigned char>(c) + (a << 8);
+    k += 3;
+    b = (b << 4) + s;
+    const std::uint32_t x = b & 0xF0000000u;
+    if (x != 0) b = b ^ (x >> 24) ^ x;
+  }
+  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCode(text.c_str())), h & 0x7FFFFFFFu);
+  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeA(text.c_str())), a);
+  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeB(text.c_str())), b);
+}
+
+}  // namespace
+
+// A host may switch the C library to a locale whose decimal point is a comma; where one is
+// installed, the library runs under it and must still write a full stop.
+TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
+  if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
+  std::mt19937_64 rng(7);
+  for (int round = 0; round < 3000; ++round) {
+    const long long value =
+        round < 2 ? (round ? LLONG_MIN : INT_MIN) : static_cast<long long>(rng()) >> rng() % 64;
+    const double real = std::ldexp(static_cast<double>(value), static_cast<int>(rng() % 100) - 80);
+    std::string printed = std::to_string(real);  // "%f" in the C library's locale
+    std::replace(printed.begin(), printed.end(), ',', '.');
+    const int room = static_cast<int>(rng() % 41);
+    const int small = static_cast<int>(value);
+    expectPlaced<WideChar>(std::to_string(small), room, true,
+                           [&](WideChar* d) { return ITOA(small, 99, d, room); });
+    expectPlaced<WideChar>(std::to_string(value), room, true,
+                           [&](WideChar* d) { return I64TOA(value, d, room); });
+    expectPlaced<WideChar>(printed, room, true, [&](WideChar* d) { return FTOA(real, d, room); });
+  }
+  EXPECT_EQ(ATOF(MLIB_T("2.5")), 2.5);
+  std::setlocale(LC_ALL, "C");
+  EXPECT_TRUE(ITOA(1, 0, nullptr, 4) == nullptr && FTOA(1.0, nullptr, 4) == nullptr);
+}
+
+// Texts of the pieces numbers are made of against strtoll (atoi saturates at
+// the int range) and strtod; hexadecimal and named values are not read.
+TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
+  std::mt19937 rng(11);
+  const std::string alphabet = "0123456789 \t\r\x01-+.eE,0123456789";
+  for (int round = 0; round < 6000; ++round) {
+    std::string text;
+    for (unsigned n = rng() % 24; n > 0; --n) text += alphabet[rng() % alphabet.size()];
+    if (round < 40) {  // a digit away from the limits
+      text = (round % 2 ? "-" : "") +
+             std::string(round % 4 < 2 ? "214748364" : "922337203685477580") +
+             std::to_string(round % 10);
+    }
+    const WideString wide(text.begin(), text.end());
+    const long long want = std::strtoll(text.c_str(), nullptr, 10);
+    EXPECT_EQ(ATOI(wide.c_str()), std::clamp<long long>(want, INT_MIN, INT_MAX)) << text;
+    EXPECT_EQ(ATOI64(wide.c_str()), want) << text;
+    EXPECT_EQ(ATOF(wide.c_str()), std::strtod(text.c_str(), nullptr)) << text;
+  }
+  EXPECT_EQ(ATOF(MLIB_T("0x10")) + ATOF(MLIB_T("inf")) + ATOF(MLIB_T("1e-400")), 0.0);
+  EXPECT_EQ(ATOF(MLIB_T("-1e400")), -std::numeric_limits<double>::infinity());
+  EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr) + ATOF(nullptr), 0);
   // Only 511 bytes are read: the second digit lies beyond them.
   EXPECT_EQ(ATOI((WideString(510, ' ') + MLIB_T("12")).c_str()), 1);
   // The text is read in the ANSI code page, where 1252 writes full-width digits as ASCII.
   MLIB_USE_ANSI_CODE_PAGE(1252);
   EXPECT_EQ(ATOI(MLIB_T("\uFF11\uFF12")), 12);
-}
-
-TEST(NumberText, DoubleParsingReadsDecimalNotationOnly) {
-  const double inf = std::numeric_limits<double>::infinity();
-  const struct {
-    const WideChar* text;
-    double want;
-  } rows[] = {{MLIB_T("  -1.5e3x"), -1500.0}, {MLIB_T("+.5"), 0.5},   {MLIB_T("7."), 7.0},
-              {MLIB_T("2E-2"), 0.02},         {MLIB_T("1e+"), 1.0},   {MLIB_T("."), 0.0},
-              {MLIB_T("0x10"), 0.0},          {MLIB_T("inf"), 0.0},   {MLIB_T("1,5"), 1.0},
-              {MLIB_T("1e-400"), 0.0},        {MLIB_T("1e400"), inf}, {MLIB_T("-1e400"), -inf}};
-  for (const auto& r : rows) {
-    EXPECT_EQ(ATOF(r.text), r.want) << testing::PrintToString(WideString(r.text));
-  }
-  EXPECT_EQ(ATOF(nullptr), 0.0);
 }
 
 TEST(NumberText, DigitTests) {
@@ -110,59 +183,44 @@ TEST(NumberText, DigitTests) {
   }
 }
 
-// Rows above 2^53 were worked out by repeating the double multiplication separately.
+// Small operands against exact integer arithmetic (halves away from zero), then the rows where the
+// double's rounding or range shows; those were worked out separately.
 TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
-  const struct {
-    int base, exponent;
-    long long want;
-  } powers[] = {{2, 10, 1024},
-                {2, 0, 2},
-                {2, 1, 2},
-                {5, -3, 5},  // exponents <= 1 give the base
-                {-3, 3, -27},
-                {0, 0, 0},
-                {0, 5, 0},
-                {2, 62, 4611686018427387904LL},
-                {3, 39, 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
-                {-2, 63, LLONG_MIN},             // exactly -2^63
-                {2, 63, LLONG_MIN},              // beyond the range: the indefinite value
-                {10, INT_MAX, LLONG_MIN},
-                {1, INT_MAX, 1},
-                {-1, INT_MAX, -1},
-                {-1, INT_MAX - 1, 1}};
-  for (const auto& r : powers) {
-    EXPECT_EQ(Power(r.base, r.exponent), r.want) << r.base << "^" << r.exponent;
+  for (int base = -6; base <= 6; ++base) {
+    long long want = base;  // exponents <= 1 give the base
+    for (int exponent = -2; exponent <= 21; ++exponent) {
+      if (exponent > 1) want *= base;
+      EXPECT_EQ(Power(base, exponent), want) << base << "^" << exponent;
+    }
+  }
+  for (long long a = -30; a <= 30; ++a) {
+    for (long long b = -12; b <= 12; ++b) {
+      const long long magnitude =
+          b == 0 ? 0 : (2 * std::llabs(a) + std::llabs(b)) / (2 * std::llabs(b));
+      EXPECT_EQ(Divide(a, b), (a < 0) != (b < 0) ? -magnitude : magnitude) << a << " / " << b;
+    }
   }
   const struct {
-    long long a, b, want;
-  } quotients[] = {{7, 2, 4},
-                   {-7, 2, -4},
-                   {5, 3, 2},
-                   {1, 3, 0},
-                   {1, 2, 1},  // quotients below 1 round too
-                   {-1, 2, -1},
-                   {9, 0, 0},
-                   {-5, -2, 3},
-                   {5, -2, -3},
-                   {-4, 3, -1},
-                   {6, 3, 2},
-                   {LLONG_MIN, 1, LLONG_MIN},
-                   {LLONG_MAX, 1, LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
-                   {LLONG_MIN, -1, LLONG_MIN + 1}};
-  for (const auto& r : quotients) EXPECT_EQ(Divide(r.a, r.b), r.want) << r.a << " / " << r.b;
+    long long got, want;
+  } rows[] = {{Power(3, 39), 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
+              {Power(-2, 63), LLONG_MIN},             // exactly -2^63
+              {Power(2, 63), LLONG_MIN},              // beyond the range: the indefinite value
+              {Power(10, INT_MAX), LLONG_MIN},
+              {Power(-1, INT_MAX), -1},  // answered without running the exponent out
+              {Divide(LLONG_MIN, 1), LLONG_MIN},
+              {Divide(LLONG_MAX, 1), LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
+              {Divide(LLONG_MIN, -1), LLONG_MIN + 1}};
+  for (const auto& r : rows) EXPECT_EQ(r.got, r.want) << "row " << &r - rows;
 }
 
 TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
   WideChar folder[1024];
   ASSERT_EQ(GetCurrentPath(folder, 1024), folder);
   const WideString text(folder);
-  ASSERT_GT(text.size(), 1u);
   char utf8[4096];
   const std::filesystem::path dir = std::filesystem::u8path(WideToUtf8(utf8, folder, 4096));
-  EXPECT_TRUE(text.back() == '/' || text.back() == '\\') << utf8;
-  EXPECT_TRUE(std::filesystem::exists(dir / "mlib_text_tests") ||
-              std::filesystem::exists(dir / "mlib_text_tests.exe"))
-      << utf8;
+  ASSERT_TRUE(text.size() > 1 && (text.back() == '/' || text.back() == '\\')) << utf8;
+  EXPECT_TRUE(exists(dir / "mlib_text_tests") || exists(dir / "mlib_text_tests.exe")) << utf8;
   // A short room cuts the path first, then after its last separator.
   for (int capacity : {1, 2, 4, 9, static_cast<int>(text.size()) + 1}) {
     WideString want = text.substr(0, static_cast<std::size_t>(capacity) - 1);
@@ -176,17 +234,145 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
   }
   EXPECT_EQ(GetCurrentPath(nullptr, 16), nullptr);
   folder[0] = '~';
-  EXPECT_EQ(GetCurrentPath(folder, 0), folder);  // nothing to fill: the destination back
+  EXPECT_EQ(GetCurrentPath(folder, 0),
+            folder);  // nothing to fill: the destination back
   EXPECT_EQ(folder[0], '~');
-}
-
-TEST(ProcessQueries, MemoryInUseIsWithinThePhysicalMemory) {
-  // The kernel's own report, where readable, bounds the answer from above.
-  std::ifstream meminfo("/proc/meminfo");
+  std::ifstream meminfo("/proc/meminfo");  // where readable, the kernel's total bounds it
   double totalKiB = 1e12;
   for (std::string key; meminfo >> key && key != "MemTotal:";) {
   }
   meminfo >> totalKiB;
-  EXPECT_GT(GetMemory(), 0.0f);
-  EXPECT_LE(GetMemory(), totalKiB / 1024.0);
+  EXPECT_TRUE(GetMemory() > 0.0f && GetMemory() <= totalKiB / 1024.0);  // mebibytes in use
+}
+
+TEST(QuickSort, FollowsItsStepsDrawForDraw) {
+  std::mt19937 generator(12345);
+  for (int round = 0; round < 500; ++round) {  // random, 4 values, up, down, all equal
+    const int n = round == 0 ? 50000 : static_cast<int>(generator() % (round % 3 ? 9 : 3000));
+    std::vector<int> want(n);
+    for (int k = 0, v = 0; k < n; ++k, v = static_cast<int>(generator())) {
+      const int kinds[] = {v, v % 4, k, -k, 7};
+      want[k] = kinds[round % 5];
+    }
+    if (n > 2) want[n / 2] = round % 2 ? INT_MIN : INT_MAX;
+    // Mostly the whole array, sometimes an inner range, or none (hi < lo).
+    const int lo = round % 7 == 1 ? n / 3 : 0, hi = round % 7 == 2 ? n / 4 - 1 : n - 1 - lo / 2;
+    std::vector<int> got = want;
+    std::srand(static_cast<unsigned>(round));
+    modelSort(want, lo, hi);
+    const int wantNext = std::rand();
+    std::srand(static_cast<unsigned>(round));
+    QuickSort(got.data(), lo, hi);
+    EXPECT_EQ(got, want) << "round " << round << ", " << n << " values, " << lo << " to " << hi;
+    EXPECT_EQ(std::rand(), wantNext) << "round " << round << ": other draws";
+    EXPECT_TRUE(hi <= lo || std::is_sorted(want.begin() + lo, want.begin() + hi + 1));
+  }
+  QuickSort(nullptr, 0, 5);
+}
+
+// Every count up to 80 bytes (digits go 16 bytes at a time) and rooms around the blocks' edges,
+// spaced or not: the rule's text, zeros up to the room, nothing written beyond it.
+TEST(HexText, RenderingStopsAtTheRoom) {
+  Bytes all(80);
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<unsigned char>(i * 37 + 11);
+  for (unsigned count = 0; count <= all.size(); ++count) {
+    const Bytes bytes(all.begin(), all.begin() + count);
+    for (unsigned room = 0; room <= 250; room += 1 + room / 16) {
+      for (bool spaced : {false, true}) {
+        SCOPED_TRACE(testing::Message() << count << " bytes, room " << room << " " << spaced);
+        expectPlaced<WideChar>(
+            plainHex(bytes, room, spaced, false), int(room), false,
+            [&](WideChar* d) { return ByteToHexString(all.data(), int(count), d, room, spaced); });
+        expectPlaced<char>(plainHex(bytes, room, spaced, true), int(room), false,
+                           [&](char* d) { return ByteToHex(all.data(), count, d, room, spaced); });
+      }
+    }
+  }
+  WideChar wideDst[2] = {'~', '~'};
+  EXPECT_EQ(ByteToHexString(nullptr, 2, wideDst, 2, false), wideDst);
+  EXPECT_EQ(WideString(wideDst, 2), WideString(2, 0)) << "filled even without bytes";
+  char narrowDst[2] = {'~', '~'};
+  EXPECT_TRUE(ByteToHexString(all.data(), 2, nullptr, 2, false) == nullptr &&
+              ByteToHex(nullptr, 2, narrowDst, 2, false) == nullptr &&
+              ByteToHex(all.data(), 2, nullptr, 2, false) == nullptr && narrowDst[0] == '~');
+}
+
+// Long texts go 16 units at a time while they are unbroken digits: texts of digits with now
+// and then a character next to a digit's range (or a unit whose low byte is a digit), at
+// every length, room (none and -1 first) and start. Digits after the terminator, and none
+// before the text, show a walk or a measure that strays from the text.
+TEST(HexText, ParsingPairsDigitsAndSkipsEverythingElse) {
+  unsigned char cleared[2] = {7, 7};
+  EXPECT_EQ(HexStringToByte(nullptr, cleared, 2), 0);
+  EXPECT_EQ(cleared[0], 0) << "the output is cleared before the null text is noticed";
+  EXPECT_EQ(HexStringToByte(MLIB_T("AB"), nullptr, 2), 0);
+  std::mt19937 generator(99);
+  const WideString strangers = MLIB_T("/:@G`g x\u0130\u0141\uFF10");
+  for (int round = 0; round < 400; ++round) {
+    const std::size_t length = round < 20 ? round % 5 : generator() % 200;
+    const unsigned oddOneIn = 1 + generator() % 60;
+    WideString text;
+    for (std::size_t i = 0; i < length; ++i) {
+      text += generator() % oddOneIn == 0 ? strangers[generator() % strangers.size()]
+                                          : kDigits[generator() % kDigits.size()];
+    }
+    const int capacity = round < 20 ? round % 4 - 1 : 1 + static_cast<int>(generator() % 110);
+    const std::size_t start = 1024 + generator() % 64;
+    const WideString stored = WideString(start, '~') + text + WideChar(0) + kDigits + kDigits;
+    int written = 0;
+    const Bytes want = plainParse(text, capacity, written);
+    Bytes out(want.size(), 0xEE);
+    EXPECT_EQ(HexStringToByte(stored.c_str() + start, out.data(), capacity), written)
+        << "round " << round;
+    EXPECT_EQ(out, want) << "round " << round << ", capacity " << capacity;
+  }
+}
+
+// Random texts (bytes 1 to 255) at every length from every start within a
+// block, and long ones: the hashes work through long texts in blocks.
+TEST(Hash, HashesFollowTheRules) {
+  EXPECT_EQ(GetStringHashCode(nullptr) & GetStringHashCodeA(nullptr) & GetStringHashCodeB(nullptr) &
+                GetStringHashCodeT(nullptr),
+            -1);
+  EXPECT_EQ(GetStringHashCodeA("a"),
+            740);  // the rule's one value worked out by hand
+  std::mt19937 generator(2026);
+  std::string text((1u << 20) + 37, ' ');
+  for (char& c : text) c = static_cast<char>(1 + generator() % 255);
+  for (std::size_t length = 0; length <= 300; ++length) {
+    SCOPED_TRACE(length);
+    expectPlainHashes(text.substr(length % 64, length));
+  }
+  for (const std::string& t :
+       {text, std::string(1u << 20, '\xFF'), std::string(1u << 20, '\x7F')}) {
+    expectPlainHashes(t);
+  }
+  // The wide hash hashes the ANSI form, cut to one byte of room per character.
+  // ASCII text hashes as its bytes, from every start within 64 units and at
+  // many lengths (the length is scanned 64 and 128 bytes at a time).
+  std::string ascii(700, 'q');
+  for (std::size_t i = 0; i < ascii.size(); i += 7) ascii[i] = static_cast<char>('a' + i % 26);
+  for (std::size_t start = 0; start < 64; ++start) {
+    for (std::size_t length = 0; length < 600; length += 1 + length / 8) {
+      const std::string narrow = ascii.substr(0, start + length);
+      const WideString wide(narrow.begin(), narrow.end());
+      EXPECT_EQ(GetStringHashCodeT(wide.c_str() + start), GetStringHashCode(narrow.c_str() + start))
+          << start << ", " << length;
+    }
+  }
+  const struct {
+    unsigned page;
+    WideString text;
+    std::string ansi;
+  } rows[] = {{1252, MLIB_T("\u00E9"), "\xE9"},
+              {936, MLIB_T("\u4E2D\u6587"), "\xD6\xD0"},  // two bytes of room: the first fits
+              {936, MLIB_T("\u4E2D"), ""},
+              {65001, MLIB_T("\u00E9\u4E2D"), "\xC3\xA9"},  // three bytes of room, two of text
+              {65001, MLIB_T("\u4E2D\u6587"), ""}};
+  for (const auto& r : rows) {
+    AnsiCodePageScope scope(r.page);
+    if (!scope.active) continue;
+    EXPECT_EQ(GetStringHashCodeT(r.text.c_str()), GetStringHashCode(r.ansi.c_str()))
+        << r.page << ": " << r.ansi;
+  }
 }

@@ -8,12 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace {
-
-std::uintptr_t lowestFrame = UINTPTR_MAX;
-std::uintptr_t highestFrame = 0;
-
-}  // namespace
+static std::uintptr_t lowestFrame = UINTPTR_MAX, highestFrame = 0;
 
 // Replaces the C library's rand() for this program, the library's QuickSort included; the
 // spread of the addresses it is called at is the depth of the sort's nesting.
@@ -35,15 +30,15 @@ TEST(QuickSortDepth, StaysFlatAndRightWhenEveryPivotIsTheFirstElement) {
     inputs[2][i] = i % 2 == 0 ? i : kCount - i;
   }
   inputs[3][0] = kCount - 2;
-  for (int t = 0, at = kCount - 1; t < kThirds; ++t, at -= 3) {
+  for (int at = kCount - 1; at > 0; at -= 3) {
     inputs[3][at] = at, inputs[3][at - 1] = at + 1, inputs[3][at - 2] = at - 4;
   }
-  for (std::size_t k = 0; k < inputs.size(); ++k) {
-    std::vector<int> want = inputs[k];
+  for (std::vector<int>& input : inputs) {
+    std::vector<int> want = input;
     std::sort(want.begin(), want.end());
     lowestFrame = UINTPTR_MAX, highestFrame = 0;
-    QuickSort(inputs[k].data(), 0, kCount - 1);
-    EXPECT_EQ(inputs[k], want) << "input " << k;
-    EXPECT_LT(highestFrame - lowestFrame, 1024u) << "input " << k;
+    QuickSort(input.data(), 0, kCount - 1);
+    EXPECT_EQ(input, want) << "input " << &input - inputs.data();
+    EXPECT_LT(highestFrame - lowestFrame, 1024u) << "input " << &input - inputs.data();
   }
 }
