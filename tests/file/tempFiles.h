@@ -1,6 +1,5 @@
-// A fresh folder under the system's temporary folder for one test, removed with everything in
-// it afterwards; its files are written and read with plain C++ streams, not the classes under
-// test.
+// A fresh temporary folder for one test, removed with its files afterwards; they are written
+// and read with plain C++ streams, not the classes under test.
 #ifndef MLIB_TESTS_FILE_TEMPFILES_H
 #define MLIB_TESTS_FILE_TEMPFILES_H
 
@@ -33,10 +32,10 @@ class TempFolder {
     } while (!std::filesystem::create_directory(root_));
   }
   ~TempFolder() { std::filesystem::remove_all(root_, ignored_); }
-  // Path of `name` inside the folder, plain ASCII (so ANSI and UTF-8 alike).
+  // Paths inside the folder are plain ASCII (so ANSI and UTF-8 alike).
   std::string path(const std::string& name) const { return (root_ / name).string(); }
   String text(const std::string& name) const { return String(path(name).c_str()); }
-  // Makes `name` hold `bytes` (the ten digits by default); returns its path.
+  // Makes `name` hold `bytes`; returns its path.
   String put(const std::string& name, const std::string& bytes = kDigits) const {
     std::ofstream(path(name), std::ios::binary | std::ios::trunc) << bytes;
     return text(name);
