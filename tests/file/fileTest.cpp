@@ -162,9 +162,10 @@ TEST_F(Files, ShareModesAdmitWhatEveryHolderAndTheOpenerShare) {
       EXPECT_EQ(dir_.get("ten"), truncated ? "" : kDigits);
     }
   }
-  mlib::MxFile writers[2];  // every holder counts until it has closed
+  mlib::MxFile writers[2];  // every holder counts until it has closed, and only for its file
   MxAsyncFile reader;
   ASSERT_TRUE(writers[0].Open(ten_, 2) && writers[1].Open(ten_, 1));
+  ASSERT_TRUE(reader.Open(dir_.put("other"), 2));
   writers[0].Close();
   EXPECT_FALSE(reader.Open(ten_, 0));
   writers[1].Close();
