@@ -6,7 +6,6 @@
 #include <mlib/string.h>
 
 #include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,16 +18,14 @@ constexpr const char kDigits[] = "0123456789";
 
 class TempFolder {
  public:
-  // Clock, random draw and counter, and never a folder that exists: programs run in parallel
-  // (natively and under Wine, which share the temporary folder) must not meet by chance.
+  // A random draw and a counter, and never a folder that exists: programs run in parallel
+  // (natively and under Wine, which share the temporary folder) must not meet.
   TempFolder() {
     static std::atomic<unsigned> counter{0};
     std::random_device random;
     do {
-      const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
       root_ = std::filesystem::temp_directory_path() /
-              ("mlib-file-" + std::to_string(stamp) + "-" + std::to_string(random()) + "-" +
-               std::to_string(counter++));
+              ("mlib-file-" + std::to_string(random()) + "-" + std::to_string(counter++));
     } while (!std::filesystem::create_directory(root_));
   }
   ~TempFolder() { std::filesystem::remove_all(root_, ignored_); }
