@@ -287,6 +287,10 @@ TEST_F(Files, OverlappedRecordsAndCompletions) {
   char four[4];
   EXPECT_EQ(file.Read(four, 4), 0u) << "write access only";
   EXPECT_EQ(file.readContext_.event, MxAsyncFileWin::IoNone);
+  // The next handle (like as not at the old one's address) has its own access.
+  const mlib::String longName = dir_.put(std::string(40, 'n'));
+  ASSERT_TRUE(file.Open(longName, 0) && file.Read(four, 1) == 1);
+  ASSERT_TRUE(file.Open(longName, 2) && file.Write("q", 1) == 1);
   file.Close();  // would wait forever for a refused request left marked pending
   // Open in mode 3 or 4 of an existing file leaves "already exists" as the last error. On
   // Windows a successful request leaves it there, and Read and Write then return 0 although
