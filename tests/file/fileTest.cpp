@@ -175,7 +175,8 @@ TEST_F(Files, ReadsAndWritesHappenAtThePositionWithoutMovingIt) {
   onBoth([&](auto& file) {
     const bool overlapped = file.kOverlapped;
     SCOPED_TRACE(overlapped ? "overlapped" : "stream");
-    if constexpr (file.kOverlapped) file.SetCallBackRead(onRead);  // set before Open, it stays
+    // The overlapped file's read callback, set before Open, stays.
+    if constexpr (std::decay_t<decltype(file)>::kOverlapped) file.SetCallBackRead(onRead);
     const unsigned two = overlapped ? 1u : 2u;  // the overlapped file's Write answers 1
     char buffer[4];
     EXPECT_FALSE(file.Seek(0) || file.Flush() || file.Write("x", 1) || file.Read(buffer, 1));
