@@ -1,13 +1,11 @@
-// A fresh folder under the system's temporary folder for one test, removed with everything in
-// it afterwards; its files are written and read with plain C++ streams, not the classes under
-// test.
+// A fresh temporary folder for one test, removed with its files afterwards; they are written
+// and read with plain C++ streams, not the classes under test.
 #ifndef MLIB_TESTS_FILE_TEMPFILES_H
 #define MLIB_TESTS_FILE_TEMPFILES_H
 
 #include <mlib/string.h>
 
 #include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -20,23 +18,21 @@ constexpr const char kDigits[] = "0123456789";
 
 class TempFolder {
  public:
-  // Clock, random draw and counter, and never a folder that exists: programs run in parallel
-  // (natively and under Wine, which share the temporary folder) must not meet by chance.
+  // A random draw and a counter, and never a folder that exists: programs run in parallel
+  // (natively and under Wine, which share the temporary folder) must not meet.
   TempFolder() {
     static std::atomic<unsigned> counter{0};
     std::random_device random;
     do {
-      const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
       root_ = std::filesystem::temp_directory_path() /
-              ("mlib-file-" + std::to_string(stamp) + "-" + std::to_string(random()) + "-" +
-               std::to_string(counter++));
+              ("mlib-file-" + std::to_string(random()) + "-" + std::to_string(counter++));
     } while (!std::filesystem::create_directory(root_));
   }
   ~TempFolder() { std::filesystem::remove_all(root_, ignored_); }
-  // Path of `name` inside the folder, plain ASCII (so ANSI and UTF-8 alike).
+  // Paths inside the folder are plain ASCII (so ANSI and UTF-8 alike).
   std::string path(const std::string& name) const { return (root_ / name).string(); }
   String text(const std::string& name) const { return String(path(name).c_str()); }
-  // Makes `name` hold `bytes` (the ten digits by default); returns its path.
+  // Makes `name` hold `bytes`; returns its path.
   String put(const std::string& name, const std::string& bytes = kDigits) const {
     std::ofstream(path(name), std::ios::binary | std::ios::trunc) << bytes;
     return text(name);
