@@ -29,7 +29,6 @@
 
 #include "byteContent.h"
 #include "file/tempFiles.h"
-#include "platform/platform.h"
 
 #define MLIB_INTERPOSE(result, name, params, args)                                        \
   extern "C" result name params noexcept {                                                \
@@ -266,13 +265,11 @@ bool underFault(const std::function<void()>& op) {
 const String kLong(u"a text longer than the one before it, so it must grow");
 
 // Open and Read(Byte&) of ten bytes: all or nothing, and the object opens again. On a thread
-// of its own, whose queue of completions exists (glibc aborts when it cannot register a
-// thread's destructors) but has still to grow.
+// of its own, whose queue of completions has still to be made.
 template <typename File>
 bool openAndReadWhole(const String& path) {
   bool ok = false;
   std::thread([&] {
-    mlib::platform::runQueuedCompletions();
     File file;
     Byte whole;
     int got = -1;
