@@ -136,32 +136,32 @@ struct QueuedCompletion {
   IoOverlapped* overlapped;
 };
 
-// The thread's completions in the order they were queued: entries from `next` on are still to
-// run. The storage is kept when the queue empties, so a thread allocates only while its queue
-// grows past its longest yet (one entry, unless callbacks queue requests of their own).
+// The thread's completions in the order they were queued: entries from `next` to `size` are
+// still to run. The queue lives in the thread's own storage, so it has no destructor to register
+// (glibc allocates for that and aborts the process when it cannot) and queuing never allocates.
+// The file classes wait for each request before making the next, and a routine runs only after
+// the queue has let go of its entry, so a thread never has more than a few queued; a queue that
+// is full refuses the request (ENOMEM) rather than grow.
+constexpr std::size_t kMaxQueuedCompletions = 16;
+
 struct CompletionQueue {
-  std::vector<QueuedCompletion> entries;
+  QueuedCompletion entries[kMaxQueuedCompletions]{};
+  std::size_t size = 0;
   std::size_t next = 0;
 };
 
-CompletionQueue& completionQueue() noexcept {
-  thread_local CompletionQueue queue;
-  return queue;
-}
+thread_local CompletionQueue tCompletions;
 
 // Runs the queued routines, those queued meanwhile by the routines themselves included (a
 // routine may also run the queue itself, from a wait of its own). True when at least one ran.
 bool runQueue() noexcept {
-  CompletionQueue& queue = completionQueue();
-  if (queue.next == queue.entries.size()) return false;
+  CompletionQueue& queue = tCompletions;
+  if (queue.next == queue.size) return false;
   do {
     const QueuedCompletion due = queue.entries[queue.next++];
-    if (queue.next == queue.entries.size()) {
-      queue.entries.clear();
-      queue.next = 0;
-    }
+    if (queue.next == queue.size) queue.size = queue.next = 0;
     due.routine(due.errorCode, due.byteCount, due.overlapped);
-  } while (queue.next != queue.entries.size());
+  } while (queue.next != queue.size);
   return true;
 }
 
@@ -230,18 +230,18 @@ Transfer writeAt(int fd, const unsigned char* src, unsigned byteCount,
 }
 
 // Records the outcome in the request record and queues the completion. False (ENOMEM) when
-// the queue cannot grow; nothing is queued then.
+// the queue is full; nothing is queued then.
 bool queueCompletion(CompletionRoutine routine, const Transfer& done,
                      IoOverlapped* overlapped) noexcept {
   overlapped->internal = static_cast<std::uintptr_t>(done.error);
   overlapped->internalHigh = done.byteCount;
-  try {
-    completionQueue().entries.push_back(
-        {routine, static_cast<unsigned long>(done.error), done.byteCount, overlapped});
-  } catch (const std::bad_alloc&) {
+  CompletionQueue& queue = tCompletions;
+  if (queue.size == kMaxQueuedCompletions) {
     errno = ENOMEM;
     return false;
   }
+  queue.entries[queue.size++] = {routine, static_cast<unsigned long>(done.error), done.byteCount,
+                                 overlapped};
   errno = 0;
   return true;
 }
