@@ -9,7 +9,8 @@ of all ratios.
 usage: summary.py BENCH_DIR [--repetitions N] [--json-dir DIR] [--reuse]
   BENCH_DIR   folder holding the mlib_*_bench programs (build/bench/bench)
   --json-dir  where each program's JSON goes (default: a temporary folder)
-  --reuse     read the JSON already in --json-dir instead of running the programs
+  --reuse     read the JSON already in --json-dir instead of running the programs; pairs
+              without one there run (delete a pair's file to measure it again)
 """
 import argparse
 import json
@@ -120,7 +121,7 @@ def main():
     logs = []
     for number, (program, ours, alternatives, clock) in enumerate(PAIRS):
         json_path = os.path.join(json_dir, f"pair{number:03}.json")
-        if not args.reuse:
+        if not (args.reuse and os.path.exists(json_path)):
             print(f"mlib_{program}_bench: {ours}", file=sys.stderr)
             run_pair(args.bench_dir, program, [ours] + alternatives, json_path, args.repetitions)
         table = medians(json_path)
