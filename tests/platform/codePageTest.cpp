@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -190,7 +191,8 @@ LongText makeLongText(const std::vector<Piece>& pieces, unsigned page, bool toWi
     if (seed % 2 == 1 && narrow) runs.push_back(piece);
   }
   const bool cjk = utf8 && seed % 4 == 0, western = utf8 && seed % 2 == 1;
-  for (unsigned c = 0x20; c < 0x7F; c += seed % 2 == 1 || cjk ? 8 : 1) runs.push_back({{c}, {c}});
+  for (unsigned c = 0x20; c < 0x7F; c += seed % 2 == 1 || cjk ? 8 : 1)
+    runs.push_back({{c}, {c}, ""});
   for (unsigned c = cjk ? 0x4E00 : 0x80; (cjk || western) && runs.size() < 120; c += 13) {
     runs.push_back(utf8Piece(c, toWide));
   }
@@ -340,6 +342,33 @@ TEST(CodePage, AnsiSettingRefusesOtherPagesAndIsSafeAcrossThreads) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong.load(), 0);
   ASSERT_TRUE(setAnsiCodePage(before));
+}
+
+// MLIB_ANSI_CODEPAGE sets the ANSI code page at first use, once: CTest runs this test in a
+// process of its own for each value (ansiCodePageEnv/CMakeLists.txt).
+TEST(AnsiCodePageEnvironment, FirstUseTakesTheVariableAndOnlyThen) {
+  const char* const expectedText = std::getenv("MLIB_TEST_EXPECTED_ANSI_CODEPAGE");
+  if (expectedText == nullptr) GTEST_SKIP() << "run through CTest, which sets the variables";
+  const unsigned expected = static_cast<unsigned>(std::stoul(expectedText));
+  const char* const row = std::getenv("MLIB_TEST_ROW");
+  if (row != nullptr && std::string(row) == "set_first") {
+    // A change made before any other use is not undone by the variable read after it.
+    ASSERT_TRUE(setAnsiCodePage(expected));
+    EXPECT_EQ(ansiCodePage(), expected);
+    return;
+  }
+  // The first use of all is a conversion through code page 0: it gives what the expected
+  // page gives under its own number ("中" in 936, "ÖÐ" in 1252, U+FFFD twice in UTF-8).
+  WideChar units[3] = {}, expectedUnits[3] = {};
+  EXPECT_EQ(multiByteToWide(kAnsiCodePage, "\xD6\xD0", -1, units, 3),
+            multiByteToWide(expected, "\xD6\xD0", -1, expectedUnits, 3));
+  EXPECT_EQ(Units(units), Units(expectedUnits));
+  EXPECT_EQ(ansiCodePage(), expected);
+  // A change at run time holds: the variable is not read again.
+  for (const unsigned page : {expected == 936 ? 1252u : 936u, expected}) {
+    ASSERT_TRUE(setAnsiCodePage(page));
+    EXPECT_EQ(ansiCodePage(), page);
+  }
 }
 
 }  // namespace
