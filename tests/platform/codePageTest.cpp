@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "platform/codePageCheck.h"
@@ -91,46 +92,15 @@ void expectConverts(unsigned page, const Piece& text, bool exact, std::vector<in
 
 class EveryPage : public testing::TestWithParam<unsigned> {};
 
-// Every byte, every lead/trail pair and the mixtures to UTF-16; every unit and the
-// multi-unit inputs back to bytes: under the page's own number, and under code page 0
-// while it is the ANSI page (where it can be made so).
-TEST_P(EveryPage, MatchesOracleBothWays) {
-  const unsigned page = GetParam();
-  const bool utf8 = page == kUtf8CodePage;
-  const std::vector<bool> lead = leadBytes(page);
-  const std::size_t leads = static_cast<std::size_t>(std::count(lead.begin(), lead.end(), true));
-  // Single-byte pages: the bytes and 15 mixtures. Double-byte pages: the bytes, each lead
-  // byte with every byte, three edge inputs per lead byte, 25 mixtures.
-  const std::size_t toWideLines = utf8 ? 180 : leads == 0 ? 255 + 15 : 255 + leads * 258 + 25;
-  const unsigned before = ansiCodePage();
-  for (const unsigned through : {page, kAnsiCodePage}) {
-    if (through == kAnsiCodePage && before != page && !setAnsiCodePage(page)) break;
-    if (through == kAnsiCodePage) {  // in UTF-8 a unit can take three bytes in an ANSI buffer
-      EXPECT_EQ(ansiCodePage(), page);
-      EXPECT_EQ(ansiBytesPerWideUnit(), utf8 ? 3u : 2u);
-    }
-    const std::vector<Piece> toWide = readOracle(page, true), fromWide = readOracle(page, false);
-    EXPECT_EQ(toWide.size(), toWideLines);
-    EXPECT_EQ(fromWide.size(), utf8 ? 73u : 65535u + 24);
-    for (const Piece& line : toWide) expectConverts<char, WideChar>(through, line, false, {}, {});
-    for (const Piece& line : fromWide) expectConverts<WideChar, char>(through, line, false, {}, {});
-  }
-  (void)setAnsiCodePage(before);
-}
+// Long texts: the block and run paths at every alignment and cut.
 
-// ---- Long texts: the block and run paths at every alignment and cut -----------------
-
-bool isHighSurrogate(unsigned unit) { return unit - 0xD800 < 0x400; }
-
-// The UTF-8 form of a character below 0x10000 that is no surrogate.
-Numbers utf8Of(unsigned c) {
-  if (c < 0x80) return {c};
-  if (c < 0x800) return {0xC0 | c >> 6, 0x80 | (c & 0x3F)};
-  return {0xE0 | c >> 12, 0x80 | (c >> 6 & 0x3F), 0x80 | (c & 0x3F)};
-}
-
+// A character below 0x10000 that is no surrogate and its UTF-8 form, as a piece.
 Piece utf8Piece(unsigned c, bool toWide) {
-  return toWide ? Piece{utf8Of(c), {c}, ""} : Piece{{c}, utf8Of(c), ""};
+  const Numbers bytes = c < 0x80 ? Numbers{c}
+                        : c < 0x800
+                            ? Numbers{0xC0 | c >> 6, 0x80 | (c & 0x3F)}
+                            : Numbers{0xE0 | c >> 12, 0x80 | (c >> 6 & 0x3F), 0x80 | (c & 0x3F)};
+  return toWide ? Piece{bytes, {c}, ""} : Piece{{c}, bytes, ""};
 }
 
 // A text of pieces, with the output counts at which a character ends: after every unit
@@ -144,7 +114,7 @@ struct LongText {
     for (std::size_t i = 0; i < piece.out.size(); ++i) {
       text.out.push_back(piece.out[i]);
       const bool last = i + 1 == piece.out.size();
-      if (toWide ? !isHighSurrogate(piece.out[i])
+      if (toWide ? piece.out[i] - 0xD800 >= 0x400
                  : last || (utf8 && (piece.out[i + 1] & 0xC0) != 0x80)) {
         ends.push_back(text.out.size());
       }
@@ -156,10 +126,10 @@ struct LongText {
 // sequence of them converts to the sequence of their answers: a byte that is no lead byte,
 // a lead byte with a byte that is no zero, one unit. In UTF-8 any line without a zero,
 // followed by a three-byte character, which starts afresh whatever came before it.
-std::vector<Piece> standalonePieces(unsigned page, bool toWide) {
-  const std::vector<bool> lead = leadBytes(page);
+std::vector<Piece> standalonePieces(unsigned page, const std::vector<bool>& lead,
+                                    const std::vector<Piece>& lines, bool toWide) {
   std::vector<Piece> pieces;
-  for (const Piece& line : readOracle(page, toWide)) {
+  for (const Piece& line : lines) {
     const Numbers& in = line.in;
     if (page == kUtf8CodePage && std::count(in.begin(), in.end(), 0u) == 0) {
       LongText joined;
@@ -208,24 +178,35 @@ LongText makeLongText(const std::vector<Piece>& pieces, unsigned page, bool toWi
   return text;
 }
 
-// Each long text whole and cut by rooms too small: each of the first 16, then 97 spread
-// over the text.
-TEST_P(EveryPage, LongTextsConvertPieceByPiece) {
-  if (test::kSystemConversions) GTEST_SKIP() << "the system's own answer decides";
+// Every byte, every lead/trail pair and the mixtures to UTF-16; every unit and the
+// multi-unit inputs back to bytes. Then long texts of the lines that convert alone, whole
+// and cut by rooms too small: each of the first 16, then 97 spread over the text.
+TEST_P(EveryPage, MatchesOracleLineByLineAndInLongTexts) {
   const unsigned page = GetParam();
-  for (const bool toWide : {true, false}) {
-    const std::vector<Piece> pieces = standalonePieces(page, toWide);
+  const std::vector<bool> lead = leadBytes(page);
+  const std::size_t leads = static_cast<std::size_t>(std::count(lead.begin(), lead.end(), true));
+  // Single-byte pages: the bytes and 15 mixtures. Double-byte pages: the bytes, each lead
+  // byte with every byte, three edge inputs per lead byte, 25 mixtures.
+  const bool utf8 = page == kUtf8CodePage;
+  const std::vector<Piece> toWide = readOracle(page, true), fromWide = readOracle(page, false);
+  EXPECT_EQ(toWide.size(), utf8 ? 180 : leads == 0 ? 255 + 15 : 255 + leads * 258 + 25);
+  EXPECT_EQ(fromWide.size(), utf8 ? 73u : 65535u + 24);
+  for (const Piece& line : toWide) expectConverts<char, WideChar>(page, line, false, {}, {});
+  for (const Piece& line : fromWide) expectConverts<WideChar, char>(page, line, false, {}, {});
+  if (test::kSystemConversions) return;  // long texts: the system's own answer decides
+  for (const bool wide : {true, false}) {
+    const std::vector<Piece> pieces = standalonePieces(page, lead, wide ? toWide : fromWide, wide);
     ASSERT_FALSE(pieces.empty());
     for (std::uint32_t seed = 0; seed <= 8; ++seed) {
-      LongText text = makeLongText(pieces, page, toWide, seed);
-      text.text.what = "seed " + std::to_string(seed) + (toWide ? ", to wide" : ", from wide");
+      LongText text = makeLongText(pieces, page, wide, seed);
+      text.text.what = "seed " + std::to_string(seed) + (wide ? ", to wide" : ", from wide");
       std::vector<int> rooms;
       for (std::size_t step = 1; step <= 16 + 97; ++step) {
         const std::size_t spread = text.text.out.size() * (step - 16) / 98 + 1;
         rooms.push_back(static_cast<int>(step <= 16 ? step : spread));
       }
-      if (toWide) expectConverts<char, WideChar>(page, text.text, true, rooms, text.ends);
-      if (!toWide) expectConverts<WideChar, char>(page, text.text, true, rooms, text.ends);
+      if (wide) expectConverts<char, WideChar>(page, text.text, true, rooms, text.ends);
+      if (!wide) expectConverts<WideChar, char>(page, text.text, true, rooms, text.ends);
     }
   }
 }
@@ -242,13 +223,8 @@ INSTANTIATE_TEST_SUITE_P(CodePage, EveryPage, testing::ValuesIn(test::kCodePages
 // UTF-8 before a terminator U+FFFD and the terminator (the answer files leave these out:
 // there the incomplete sequence swallowed the terminator).
 TEST(CodePage, TextEndingWithinACharacter) {
-  struct Row {
-    unsigned page;
-    const char* bytes;
-    int length;
-    Units units;
-  };
-  std::vector<Row> rows = {
+  // Page, bytes, length, units (the terminator added for length -1).
+  std::vector<std::tuple<unsigned, const char*, int, Units>> rows = {
       {1252, "A\0B", 3, Units(MLIB_T("A\0B"), 3)},
       {1252, "AB", 3, Units(MLIB_T("AB\0"), 3)},  // terminator counted when in the length
       {1252, "ABC", 2, MLIB_T("AB")},
@@ -261,15 +237,14 @@ TEST(CodePage, TextEndingWithinACharacter) {
       {65001, "\xF0\x41", -1, MLIB_T("\uFFFDA")}};
   for (const char* cut : {"\xE0", "\xE1", "\xEF", "\xF0", "\xF4", "\xF0\x90", "\xF0\x9F",
                           "\xF4\x8F", "\xF0\x80", "\xF0\x8F", "\xF4\x90"}) {
-    rows.push_back({65001, cut, -1, MLIB_T("\uFFFD")});
+    rows.emplace_back(65001, cut, -1, MLIB_T("\uFFFD"));
   }
   std::string fault;
-  for (const Row& row : rows) {
-    if (row.length < 0 && test::kSystemConversions) continue;  // under Wine: swallowed
-    const std::vector<WideChar> got =
-        convertInRooms<WideChar>(row.page, row.bytes, row.length, {}, {}, fault);
-    EXPECT_EQ(Units(got.begin(), got.end()), row.units + (row.length < 0 ? Units(1, 0) : Units()))
-        << row.page << ": " << testing::PrintToString(std::string(row.bytes));
+  for (const auto& [page, bytes, length, units] : rows) {
+    if (length < 0 && test::kSystemConversions) continue;  // under Wine: swallowed
+    const std::vector<WideChar> got = convertInRooms<WideChar>(page, bytes, length, {}, {}, fault);
+    EXPECT_EQ(Units(got.begin(), got.end()), units + (length < 0 ? Units(1, 0) : Units()))
+        << page << ": " << testing::PrintToString(std::string(bytes));
   }
   // And back: a zero unit is a character like any other.
   EXPECT_EQ(convertInRooms<char>(1252, MLIB_T("A\0\u00E9"), 3, {}, {}, fault),
@@ -282,30 +257,22 @@ TEST(CodePage, BadArgumentsAndUnknownCodePagesFailWith87) {
   if (test::kSystemConversions) GTEST_SKIP() << "the system's own argument checks answer";
   WideChar units[8] = {};
   char bytes[8] = {};
-  const struct {
-    unsigned page;
-    bool source;  // "A" or null
-    int length;
-    bool buffer;  // the array or null
-    int room;
-    const char* why;
-  } rows[] = {{54321, true, -1, true, 8, "no such page"},
-              {12345, true, -1, false, 0, "count, unknown page"},
-              {1252, false, -1, true, 8, "no source"},
-              {1252, true, 0, true, 8, "length 0"},
-              {1252, true, -2, true, 8, "length -2"},
-              {1252, true, -3, true, 8, "length -3"},
-              {1252, true, -1, true, -1, "room -1"},
-              {1252, true, -1, false, 8, "no buffer"},
-              {936, true, -1, false, 1, "no buffer, room 1"}};
+  // Page, a source ("A") or null, length, a buffer or null, room.
+  const std::tuple<unsigned, bool, int, bool, int> rows[] = {
+      {54321, true, -1, true, 8},   // no such page
+      {12345, true, -1, false, 0},  // the count, of an unknown page
+      {1252, false, -1, true, 8},  {1252, true, 0, true, 8},   {1252, true, -2, true, 8},
+      {1252, true, -3, true, 8},   {1252, true, -1, true, -1}, {1252, true, -1, false, 8},
+      {936, true, -1, false, 1}};  // no buffer for a room of 1
   for (const bool toWide : {true, false}) {
-    for (const auto& r : rows) {
-      SCOPED_TRACE(testing::Message() << (toWide ? "to wide: " : "from wide: ") << r.why);
+    for (const auto& row : rows) {
+      const auto& [page, source, length, buffer, room] = row;
+      SCOPED_TRACE((toWide ? "to wide " : "from wide ") + testing::PrintToString(row));
       setLastError(0);
-      EXPECT_EQ(toWide ? multiByteToWide(r.page, r.source ? "A" : nullptr, r.length,
-                                         r.buffer ? units : nullptr, r.room)
-                       : wideToMultiByte(r.page, r.source ? MLIB_T("A") : nullptr, r.length,
-                                         r.buffer ? bytes : nullptr, r.room),
+      EXPECT_EQ(toWide ? multiByteToWide(page, source ? "A" : nullptr, length,
+                                         buffer ? units : nullptr, room)
+                       : wideToMultiByte(page, source ? MLIB_T("A") : nullptr, length,
+                                         buffer ? bytes : nullptr, room),
                 0);
       EXPECT_EQ(lastError(), kErrorInvalidParameter);
     }
