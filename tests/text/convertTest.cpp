@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ansiPageSamples.h"
@@ -47,6 +48,25 @@ void expectCuts(Out* (*copy)(Out*, const In*, int), const std::basic_string<In>&
   EXPECT_EQ(one[0], '~');
 }
 
+template <int kCount>
+WideChar* strCpyN(WideChar* dst, const WideChar* src, int capacity) {
+  return StrCpyN(dst, src, kCount, capacity);
+}
+
+// A re-sizing: capacity 0 or no buffer gives the argument back; otherwise a new buffer
+// holding the text cut to capacity - 1, then zeros.
+template <typename Char>
+void expectResizes(Char* (*resize)(Char*, unsigned)) {
+  Char* buffer = new Char[5]{'a', 'b', 'c', 'd', 0};
+  EXPECT_EQ(resize(buffer, 0), buffer);
+  EXPECT_EQ(resize(nullptr, 8), nullptr);
+  buffer = resize(buffer, 3);
+  EXPECT_EQ(std::basic_string<Char>(buffer, 3), std::basic_string<Char>({'a', 'b', 0}));
+  buffer = resize(buffer, 6);
+  EXPECT_EQ(std::basic_string<Char>(buffer, 6), std::basic_string<Char>({'a', 'b', 0, 0, 0, 0}));
+  delete[] buffer;
+}
+
 }  // namespace
 
 TEST(CopyHelpers, CopiesAndConversionsCutWholeCharactersAndZeroFill) {
@@ -55,33 +75,21 @@ TEST(CopyHelpers, CopiesAndConversionsCutWholeCharactersAndZeroFill) {
   expectCuts(StrCpyA, std::string("abcdef"), std::string("abcdef"));
   // StrCpyN copies min(count, capacity - 1) characters (none for a negative count) and a
   // terminator, and leaves the rest alone.
-  for (int count : {-3, 0, 2, 4, 6, 10}) {
-    for (int capacity = 1; capacity <= 8; ++capacity) {
-      WideString dst(10, '~');
-      ASSERT_EQ(StrCpyN(&dst[0], text.c_str(), count, capacity), &dst[0]);
-      const std::size_t copied =
-          static_cast<std::size_t>(std::clamp(count < capacity ? count : capacity - 1, 0, 6));
-      EXPECT_EQ(dst, text.substr(0, copied) + WideChar(0) + WideString(9 - copied, '~'))
-          << count << " into " << capacity;
-    }
-  }
-  WideChar dst[4];
-  EXPECT_EQ(StrCpyN(dst, MLIB_T("a"), 1, 0), nullptr);
-  EXPECT_EQ(StrCpyN(dst, nullptr, 1, 4), nullptr);
+  expectCuts(strCpyN<-3>, text, WideString(), 1, false, false);
+  expectCuts(strCpyN<0>, text, WideString(), 1, false, false);
+  expectCuts(strCpyN<4>, text, text.substr(0, 4), 1, false, false);
+  expectCuts(strCpyN<10>, text, text, 1, false, false);
   if (AnsiCodePageScope scope(1252); scope.active) {  // one byte a character
-    const struct {
-      std::string ansi;
-      WideString wide;
-    } rows[] = {{"abcd", MLIB_T("abcd")},
-                {"", MLIB_T("")},
-                {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
-                {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
-    for (const auto& r : rows) {
-      SCOPED_TRACE(r.ansi);
+    const std::pair<std::string, WideString> rows[] = {
+        {"", MLIB_T("")},
+        {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
+        {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
+    for (const auto& [ansi, wide] : rows) {
+      SCOPED_TRACE(ansi);
       for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
-        if (r.ansi.find('?') == std::string::npos) expectCuts(convert, r.ansi, r.wide);
+        if (ansi.find('?') == std::string::npos) expectCuts(convert, ansi, wide);
       }
-      for (auto convert : {WideToANSI, StrW2A, StrT2A}) expectCuts(convert, r.wide, r.ansi);
+      for (auto convert : {WideToANSI, StrW2A, StrT2A}) expectCuts(convert, wide, ansi);
     }
     // The trips through the ANSI code page keep only what it holds.
     for (auto convert : {U82A, Utf8ToANSI}) {
@@ -116,23 +124,9 @@ TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
     EXPECT_EQ(copy(dst, src, -1), dst);
     EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
   }
-  char* narrow = new char[4]{'a', 'b', 'c', '\0'};
-  EXPECT_EQ(ResizeBufferA(narrow, 0), narrow) << "capacity 0 returns the buffer itself";
-  EXPECT_EQ(ResizeBufferA(nullptr, 8), nullptr);
-  narrow = ResizeBufferA(narrow, 6);
-  EXPECT_EQ(std::string(narrow, 6), std::string("abc\0\0\0", 6));
-  narrow = ResizeBufferA(narrow, 3);
-  EXPECT_EQ(std::string(narrow, 3), std::string("ab\0", 3));
-  delete[] narrow;
-  for (auto resize : {ResizeBufferT, ResizeBufferW}) {
-    WideChar* wide = new WideChar[5]{'a', 'b', 'c', 'd', 0};
-    EXPECT_EQ(resize(wide, 0), wide);
-    wide = resize(wide, 3);
-    EXPECT_EQ(WideString(wide, 3), WideString(MLIB_T("ab\0"), 3));
-    wide = resize(wide, 5);
-    EXPECT_EQ(WideString(wide, 5), WideString(MLIB_T("ab\0\0\0"), 5));
-    delete[] wide;
-  }
+  expectResizes(ResizeBufferA);
+  expectResizes(ResizeBufferT);
+  expectResizes(ResizeBufferW);
 }
 
 // UTF-8 keeps every character; text that fits leaves the rest of the destination as it was.
