@@ -92,8 +92,6 @@ void expectConverts(unsigned page, const Piece& text, bool exact, std::vector<in
 
 class EveryPage : public testing::TestWithParam<unsigned> {};
 
-// Long texts: the block and run paths at every alignment and cut.
-
 // A character below 0x10000 that is no surrogate and its UTF-8 form, as a piece.
 Piece utf8Piece(unsigned c, bool toWide) {
   const Numbers bytes = c < 0x80 ? Numbers{c}
@@ -146,11 +144,10 @@ std::vector<Piece> standalonePieces(unsigned page, const std::vector<bool>& lead
   return pieces;
 }
 
-// Seed 0: every piece once, shuffled, so that each meets random neighbours. Others: random
-// pieces with runs of every length between them, some long, of ASCII or (odd seeds) of
-// the one-element pieces below 0x100 or with two output elements; in UTF-8 of two-byte
-// (odd seeds) or (every fourth seed) three-byte characters, with now and then an ASCII
-// one. The block and run paths take such runs whole until another character ends them.
+// Seed 0: every piece once, shuffled, to meet random neighbours. Others: random pieces with
+// runs between them, for the block and run paths: of ASCII, of one-element pieces below
+// 0x100 or with two output elements (odd seeds), in UTF-8 of two-byte (odd seeds) or
+// three-byte characters (every fourth seed) with now and then an ASCII one.
 LongText makeLongText(const std::vector<Piece>& pieces, unsigned page, bool toWide,
                       std::uint32_t seed) {
   const bool utf8 = page == kUtf8CodePage;
@@ -216,8 +213,6 @@ INSTANTIATE_TEST_SUITE_P(CodePage, EveryPage, testing::ValuesIn(test::kCodePages
                            return "cp" + std::to_string(page.param);
                          });
 
-// ---- Lengths and arguments ---------------------------------------------------------
-
 // An explicit length converts zeros like any other character and stops exactly; a
 // character cut by the end of the text becomes one default character or U+FFFD, and in
 // UTF-8 before a terminator U+FFFD and the terminator (the answer files leave these out:
@@ -280,8 +275,6 @@ TEST(CodePage, BadArgumentsAndUnknownCodePagesFailWith87) {
   EXPECT_EQ(Units(units, 8), Units(8, 0));
   EXPECT_EQ(std::string(bytes, 8), std::string(8, 0));
 }
-
-// ---- The ANSI code page (every page that can be it is made so above) -----------------
 
 // Refused: not a code page, or one no Windows has as its ANSI page; the current one stays.
 // Changes from several threads race safely with conversions through code page 0.
