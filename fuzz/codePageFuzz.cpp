@@ -11,7 +11,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
-  const std::vector<int> rooms{data[0]};
   const int bytes = static_cast<int>(size - 1), units = bytes / 2;
   std::vector<char> narrow(data + 1, data + size);
   narrow.push_back('\0');
@@ -21,9 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const unsigned page : mlib::test::kCodePages) {
     for (const bool terminated : {true, false}) {
       (void)mlib::test::convertInRooms<mlib::WideChar>(page, narrow.data(), terminated ? -1 : bytes,
-                                                       rooms, {}, fault);
-      (void)mlib::test::convertInRooms<char>(page, wide.data(), terminated ? -1 : units, rooms, {},
-                                             fault);
+                                                       {data[0]}, {}, fault);
+      (void)mlib::test::convertInRooms<char>(page, wide.data(), terminated ? -1 : units, {data[0]},
+                                             {}, fault);
     }
   }
   if (!fault.empty()) __builtin_trap();

@@ -1,6 +1,5 @@
-// Test helper: a short text in the script of every code page that can be the ANSI code
-// page, each character one the page holds, so that a trip through the page keeps it whole.
-// UTF-8's text has characters of two, three and four bytes.
+// Test helper: a short text in the script of every page that can be the ANSI code page, of
+// characters the page holds (in UTF-8 of two, three and four bytes): a trip keeps it whole.
 #ifndef MLIB_TESTS_ANSIPAGESAMPLES_H
 #define MLIB_TESTS_ANSIPAGESAMPLES_H
 
@@ -47,18 +46,16 @@ inline std::string bytesIn(unsigned codePage, const WideChar* text) {
   return std::string(bytes.data());
 }
 
-// Runs check(sample) for every sample whose page can be made the ANSI code page (where the
-// page cannot be chosen, on Windows, only the active page's), with that page active, and
-// restores the previous page after each. Gives how many samples ran.
+// Runs check(sample) with the sample's page as the ANSI code page, for every page that can
+// be made so (on Windows only the active one), and gives how many ran.
 template <typename Check>
 int forEachAnsiPageSample(Check check) {
   int tried = 0;
   for (const AnsiPageSample& sample : kAnsiPageSamples) {
     SCOPED_TRACE(sample.codePage);
     AnsiCodePageScope scope(sample.codePage);
-    if (!scope.active) continue;
-    ++tried;
-    check(sample);
+    tried += scope.active ? 1 : 0;
+    if (scope.active) check(sample);
   }
   return tried;
 }

@@ -1,16 +1,18 @@
-// Checks multiByteToWide / wideToMultiByte against the answers Windows itself gave
-// (tests/data, one line per input), plus the room, length, argument and ANSI code page
-// rules around them.
+// multiByteToWide / wideToMultiByte against the answers Windows itself gave (tests/data:
+// input, tab, output, in hexadecimal), line by line and strung into long texts, and the
+// length, argument and ANSI code page rules around them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "platform/codePageCheck.h"
@@ -19,8 +21,8 @@ namespace mlib::platform {
 namespace {
 
 using test::convertInRooms;
-using Units = std::basic_string<WideChar>;
 using Numbers = std::vector<unsigned>;
+using Units = std::basic_string<WideChar>;
 
 Numbers parseHex(const std::string& field) {
   Numbers values;
@@ -29,190 +31,179 @@ Numbers parseHex(const std::string& field) {
   return values;
 }
 
-// The lines of an answer file: input, tab, Windows' output, both as hexadecimal numbers.
-struct OracleLine {
+// An input and its output: an answer line, named by `what`, or a text made of pieces.
+struct Piece {
   Numbers in, out;
-  std::string text;
+  std::string what;
 };
 
-std::vector<OracleLine> readOracle(unsigned page, const char* direction) {
-  const std::string name =
-      (page == kUtf8CodePage ? "utf8" : "cp" + std::to_string(page)) + direction;
+std::vector<Piece> readOracle(unsigned page, bool toWide) {
+  const std::string name = (page == kUtf8CodePage ? "utf8" : "cp" + std::to_string(page)) +
+                           (toWide ? "-to-wide.txt" : "-from-wide.txt");
   std::ifstream file(std::string(MLIB_TEST_DATA_DIR) + "/" + name);
   EXPECT_TRUE(file.good()) << "cannot read " << name;
-  std::vector<OracleLine> lines;
+  std::vector<Piece> lines;
   for (std::string line; std::getline(file, line);) {
     const std::size_t tab = line.find('\t');
-    if (tab == std::string::npos) ADD_FAILURE() << name << ": no tab in «" << line << "»";
-    if (tab != std::string::npos)
-      lines.push_back({parseHex(line.substr(0, tab)), parseHex(line.substr(tab + 1)), line});
+    EXPECT_NE(tab, std::string::npos) << name << ": " << line;
+    if (tab == std::string::npos) continue;
+    lines.push_back(
+        {parseHex(line.substr(0, tab)), parseHex(line.substr(tab + 1)), name + ": " + line});
   }
   return lines;
 }
 
 // The lead bytes of a code page, from defaults.txt (what GetCPInfoEx told).
-std::vector<bool> leadBytes(unsigned codePage) {
+std::vector<bool> leadBytes(unsigned page) {
   std::ifstream file(std::string(MLIB_TEST_DATA_DIR) + "/defaults.txt");
+  const std::string prefix = std::to_string(page) + "\tLeadByteRanges\t";
   std::vector<bool> lead(256, false);
   for (std::string line; std::getline(file, line);) {
-    const std::string prefix = std::to_string(codePage) + "\tLeadByteRanges\t";
     if (line.compare(0, prefix.size(), prefix) != 0) continue;
     const Numbers v = parseHex(line.substr(prefix.size()));
     for (std::size_t i = 0; i + 1 < v.size(); i += 2) {
-      for (unsigned b = v[i]; b <= v[i + 1]; ++b) lead[b] = true;
+      std::fill(lead.begin() + v[i], lead.begin() + v[i + 1] + 1, true);
     }
   }
   return lead;
 }
 
-// Every line of an answer file through `page`, zero-terminated; gives the number of lines.
+// text.in to text.out through `page`: with its exact length when `exact` (an answer line may
+// hold a zero, which ends a terminated text), then zero-terminated, whole and cut by `rooms`.
+// A cut keeps exactly the characters that fit, which end at the output counts `ends`.
 template <typename In, typename Out>
-std::size_t checkOracleFile(unsigned page, unsigned through, const char* direction) {
-  const std::vector<OracleLine> lines = readOracle(page, direction);
-  for (const OracleLine& line : lines) {
-    std::vector<In> in(line.in.begin(), line.in.end());
-    std::vector<Out> want(line.out.begin(), line.out.end());
-    in.push_back(0);
-    want.push_back(0);
-    std::string fault;
-    const int roomy = static_cast<int>(want.size()) * 4 + 8;
-    EXPECT_EQ(convertInRooms<Out>(through, in.data(), -1, {roomy}, {}, fault), want)
-        << "page " << page << direction << ": " << line.text;
-    EXPECT_EQ(fault, "") << "page " << page << direction << ": " << line.text;
+void expectConverts(unsigned page, const Piece& text, bool exact, std::vector<int> rooms,
+                    std::vector<std::size_t> ends) {
+  std::vector<In> in(text.in.begin(), text.in.end());
+  std::vector<Out> want(text.out.begin(), text.out.end());
+  std::string fault;
+  if (exact) {
+    EXPECT_EQ(convertInRooms<Out>(page, in.data(), static_cast<int>(in.size()), {}, {}, fault),
+              want)
+        << text.what;
   }
-  return lines.size();
+  in.push_back(0);
+  want.push_back(0);
+  ends.push_back(want.size());
+  rooms.push_back(static_cast<int>(want.size()) * 4 + 8);
+  EXPECT_EQ(convertInRooms<Out>(page, in.data(), -1, rooms, ends, fault), want) << text.what;
+  EXPECT_EQ(fault, "") << text.what;
 }
 
 class EveryPage : public testing::TestWithParam<unsigned> {};
 
-// Every byte, every lead/trail pair and the mixtures to UTF-16; every unit and the
-// multi-unit inputs back to bytes: under the page's own number, and under code page 0
-// while it is the ANSI page (where it can be made so).
-TEST_P(EveryPage, MatchesOracleBothWays) {
-  const unsigned page = GetParam();
-  const std::vector<bool> lead = leadBytes(page);
-  const std::size_t leads = static_cast<std::size_t>(std::count(lead.begin(), lead.end(), true));
-  // Single-byte pages: the bytes and 15 mixtures. Double-byte pages: the bytes, each lead
-  // byte with every byte, three edge inputs per lead byte, 25 mixtures.
-  const bool utf8 = page == kUtf8CodePage;
-  const std::size_t toWideLines = utf8 ? 180 : leads == 0 ? 255 + 15 : 255 + leads * 258 + 25;
-  const unsigned before = ansiCodePage();
-  for (const unsigned through : {page, kAnsiCodePage}) {
-    if (through == kAnsiCodePage && before != page && !setAnsiCodePage(page)) break;
-    if (through == kAnsiCodePage) {  // in UTF-8 a unit can take three bytes in an ANSI buffer
-      EXPECT_EQ(ansiCodePage(), page);
-      EXPECT_EQ(ansiBytesPerWideUnit(), utf8 ? 3u : 2u);
-    }
-    EXPECT_EQ((checkOracleFile<char, WideChar>(page, through, "-to-wide.txt")), toWideLines);
-    EXPECT_EQ((checkOracleFile<WideChar, char>(page, through, "-from-wide.txt")),
-              utf8 ? 73u : 65535u + 24);
-  }
-  (void)setAnsiCodePage(before);
+// A character below 0x10000 that is no surrogate and its UTF-8 form, as a piece.
+Piece utf8Piece(unsigned c, bool toWide) {
+  const Numbers bytes = c < 0x80 ? Numbers{c}
+                        : c < 0x800
+                            ? Numbers{0xC0 | c >> 6, 0x80 | (c & 0x3F)}
+                            : Numbers{0xE0 | c >> 12, 0x80 | (c >> 6 & 0x3F), 0x80 | (c & 0x3F)};
+  return toWide ? Piece{bytes, {c}, ""} : Piece{{c}, bytes, ""};
 }
 
-// ---- Long texts: the word-at-a-time paths at every alignment ------------------------
-
-// One character: its input and its output.
-struct Piece {
-  Numbers in, out;
-};
-
-// A text of pieces, with the output counts at which a character ends.
+// A text of pieces, with the output counts at which a character ends: after every unit
+// but a high surrogate; in bytes, at the end of a piece and in UTF-8 before every byte
+// that does not continue a character.
 struct LongText {
-  Numbers in, out;
-  std::vector<std::size_t> ends{0};
-  void append(const Piece& piece) {
-    in.insert(in.end(), piece.in.begin(), piece.in.end());
-    out.insert(out.end(), piece.out.begin(), piece.out.end());
-    ends.push_back(out.size());
+  Piece text;
+  std::vector<std::size_t> ends;
+  void append(const Piece& piece, bool toWide, bool utf8) {
+    text.in.insert(text.in.end(), piece.in.begin(), piece.in.end());
+    for (std::size_t i = 0; i < piece.out.size(); ++i) {
+      text.out.push_back(piece.out[i]);
+      const bool last = i + 1 == piece.out.size();
+      if (toWide ? piece.out[i] - 0xD800 >= 0x400
+                 : last || (utf8 && (piece.out[i + 1] & 0xC0) != 0x80)) {
+        ends.push_back(text.out.size());
+      }
+    }
   }
 };
 
-bool isHighSurrogate(unsigned u) { return u >= 0xD800 && u < 0xDC00; }
-
-// The answer lines that are one whole character whose conversion does not depend on its
-// neighbours, so that any sequence of them converts to the sequence of their answers.
-std::vector<Piece> standalonePieces(unsigned page, bool toWide) {
-  const std::vector<bool> lead = leadBytes(page);
+// The answer lines whose conversion does not depend on their neighbours, so that any
+// sequence of them converts to the sequence of their answers: a byte that is no lead byte,
+// a lead byte with a byte that is no zero, one unit. In UTF-8 any line without a zero,
+// followed by a three-byte character, which starts afresh whatever came before it.
+std::vector<Piece> standalonePieces(unsigned page, const std::vector<bool>& lead,
+                                    const std::vector<Piece>& lines, bool toWide) {
   std::vector<Piece> pieces;
-  for (const OracleLine& line : readOracle(page, toWide ? "-to-wide.txt" : "-from-wide.txt")) {
+  for (const Piece& line : lines) {
     const Numbers& in = line.in;
-    const Numbers& out = line.out;
-    bool take = false;
-    if (page != kUtf8CodePage && toWide) {  // a non-lead byte, a lead byte with a non-zero one
-      take = (in.size() == 1 && !lead[in[0]]) || (in.size() == 2 && lead[in[0]] && in[1] != 0);
-    } else if (page != kUtf8CodePage) {
-      take = in.size() == 1;
-    } else if (toWide) {
-      // Well-formed (no zero, no U+FFFD but its own encoding), or a byte that is never part
-      // of a character, which stays one U+FFFD whatever surrounds it.
-      const bool wellFormed = std::count(in.begin(), in.end(), 0u) == 0 &&
-                              (out.size() == 1 ? out[0] != 0xFFFD || in == Numbers{0xEF, 0xBF, 0xBD}
-                                               : out.size() == 2 && isHighSurrogate(out[0]));
-      const bool loneInvalid = in.size() == 1 && (in[0] >= 0x80 && (in[0] < 0xC2 || in[0] > 0xF4));
-      take = !in.empty() && in[0] >= 0x80 && (wellFormed || loneInvalid);
-    } else {  // one unit that is not a high surrogate (a lone low one stays lone), or a pair
-      take = (in.size() == 1 && in[0] != 0 && !isHighSurrogate(in[0])) ||
-             (in.size() == 2 && isHighSurrogate(in[0]) && in[1] >= 0xDC00 && in[1] < 0xE000);
+    if (page == kUtf8CodePage && std::count(in.begin(), in.end(), 0u) == 0) {
+      LongText joined;
+      joined.append(line, toWide, true);
+      joined.append(utf8Piece(0x4E00 + static_cast<unsigned>(pieces.size()) * 97, toWide), toWide,
+                    true);
+      pieces.push_back(joined.text);
+    } else if (page != kUtf8CodePage && (toWide ? (in.size() == 1 && !lead[in[0]]) ||
+                                                      (in.size() == 2 && lead[in[0]] && in[1] != 0)
+                                                : in.size() == 1)) {
+      pieces.push_back(line);
     }
-    if (take) pieces.push_back({in, out});
   }
   return pieces;
 }
 
-// Seed 0: every piece once, shuffled, so that each character meets random neighbours. Others:
-// random pieces with runs of every length between them, some long, of ASCII or (odd seeds)
-// of one-element pieces below 0x100 or with two output elements, which the block paths
-// take whole until another character ends the block.
-LongText makeLongText(const std::vector<Piece>& pieces, std::uint32_t seed) {
-  LongText text;
+// Seed 0: every piece once, shuffled, to meet random neighbours. Others: random pieces with
+// runs between them, for the block and run paths: of ASCII, of one-element pieces below
+// 0x100 or with two output elements (odd seeds), in UTF-8 of two-byte (odd seeds) or
+// three-byte characters (every fourth seed) with now and then an ASCII one.
+LongText makeLongText(const std::vector<Piece>& pieces, unsigned page, bool toWide,
+                      std::uint32_t seed) {
+  const bool utf8 = page == kUtf8CodePage;
   std::mt19937 random(seed);
   std::vector<Piece> runs;
   for (const Piece& piece : pieces) {
     const bool narrow = piece.in.size() == 1 && (piece.in[0] < 0x100 || piece.out.size() == 2);
     if (seed % 2 == 1 && narrow) runs.push_back(piece);
   }
-  for (unsigned c = 0x20; c < 0x7F; c += seed % 2 == 1 ? 8 : 1) runs.push_back({{c}, {c}});
+  const bool cjk = utf8 && seed % 4 == 0, western = utf8 && seed % 2 == 1;
+  for (unsigned c = 0x20; c < 0x7F; c += seed % 2 == 1 || cjk ? 8 : 1)
+    runs.push_back({{c}, {c}, ""});
+  for (unsigned c = cjk ? 0x4E00 : 0x80; (cjk || western) && runs.size() < 120; c += 13) {
+    runs.push_back(utf8Piece(c, toWide));
+  }
   std::vector<Piece> order = pieces;
   std::shuffle(order.begin(), order.end(), random);
+  LongText text;
   for (std::size_t i = 0; i < (seed == 0 ? order.size() : 200 * seed); ++i) {
     std::size_t run = seed == 0 || random() % 4 != 0 ? 0 : random() % 40;
-    run += seed % 2 == 1 && random() % 64 == 0 ? 600 : 0;
-    for (std::size_t k = 0; k < run; ++k) text.append(runs[random() % runs.size()]);
-    text.append(seed == 0 ? order[i] : pieces[random() % pieces.size()]);
+    run += seed != 0 && random() % 64 == 0 ? 600 : 0;
+    for (std::size_t k = 0; k < run; ++k) text.append(runs[random() % runs.size()], toWide, utf8);
+    text.append(seed == 0 ? order[i] : pieces[random() % pieces.size()], toWide, utf8);
   }
   return text;
 }
 
-// A text whole (exact length, and length -1) and cut by rooms too small: each of the first
-// 16, then 97 spread over the text. A cut leaves exactly the characters that fit.
-template <typename In, typename Out>
-void checkText(unsigned page, const LongText& text) {
-  std::vector<In> in(text.in.begin(), text.in.end());
-  std::vector<Out> want(text.out.begin(), text.out.end());
-  std::vector<int> rooms;
-  for (std::size_t step = 1; step <= 16 + 97; ++step)
-    rooms.push_back(static_cast<int>(step <= 16 ? step : want.size() * (step - 16) / 98 + 1));
-  std::string fault;
-  EXPECT_EQ(convertInRooms<Out>(page, in.data(), static_cast<int>(in.size()), {}, {}, fault), want);
-  in.push_back(0);
-  want.push_back(0);
-  std::vector<std::size_t> ends = text.ends;
-  ends.push_back(want.size());
-  EXPECT_EQ(convertInRooms<Out>(page, in.data(), -1, rooms, ends, fault), want);
-  EXPECT_EQ(fault, "");
-}
-
-TEST_P(EveryPage, LongTextsConvertCharacterByCharacter) {
-  if (test::kSystemConversions) GTEST_SKIP() << "the system's own answer decides";
+// Every byte, every lead/trail pair and the mixtures to UTF-16; every unit and the
+// multi-unit inputs back to bytes. Then long texts of the lines that convert alone, whole
+// and cut by rooms too small: each of the first 16, then 97 spread over the text.
+TEST_P(EveryPage, MatchesOracleLineByLineAndInLongTexts) {
   const unsigned page = GetParam();
-  for (const bool toWide : {true, false}) {
-    const std::vector<Piece> pieces = standalonePieces(page, toWide);
+  const std::vector<bool> lead = leadBytes(page);
+  const std::size_t leads = static_cast<std::size_t>(std::count(lead.begin(), lead.end(), true));
+  // Single-byte pages: the bytes and 15 mixtures. Double-byte pages: the bytes, each lead
+  // byte with every byte, three edge inputs per lead byte, 25 mixtures.
+  const bool utf8 = page == kUtf8CodePage;
+  const std::vector<Piece> toWide = readOracle(page, true), fromWide = readOracle(page, false);
+  EXPECT_EQ(toWide.size(), utf8 ? 180 : leads == 0 ? 255 + 15 : 255 + leads * 258 + 25);
+  EXPECT_EQ(fromWide.size(), utf8 ? 73u : 65535u + 24);
+  for (const Piece& line : toWide) expectConverts<char, WideChar>(page, line, false, {}, {});
+  for (const Piece& line : fromWide) expectConverts<WideChar, char>(page, line, false, {}, {});
+  if (test::kSystemConversions) return;  // long texts: the system's own answer decides
+  for (const bool wide : {true, false}) {
+    const std::vector<Piece> pieces = standalonePieces(page, lead, wide ? toWide : fromWide, wide);
     ASSERT_FALSE(pieces.empty());
     for (std::uint32_t seed = 0; seed <= 8; ++seed) {
-      SCOPED_TRACE(testing::Message() << "seed " << seed << (toWide ? ", to wide" : ", from wide"));
-      if (toWide) checkText<char, WideChar>(page, makeLongText(pieces, seed));
-      if (!toWide) checkText<WideChar, char>(page, makeLongText(pieces, seed));
+      LongText text = makeLongText(pieces, page, wide, seed);
+      text.text.what = "seed " + std::to_string(seed) + (wide ? ", to wide" : ", from wide");
+      std::vector<int> rooms;
+      for (std::size_t step = 1; step <= 16 + 97; ++step) {
+        const std::size_t spread = text.text.out.size() * (step - 16) / 98 + 1;
+        rooms.push_back(static_cast<int>(step <= 16 ? step : spread));
+      }
+      if (wide) expectConverts<char, WideChar>(page, text.text, true, rooms, text.ends);
+      if (!wide) expectConverts<WideChar, char>(page, text.text, true, rooms, text.ends);
     }
   }
 }
@@ -222,50 +213,35 @@ INSTANTIATE_TEST_SUITE_P(CodePage, EveryPage, testing::ValuesIn(test::kCodePages
                            return "cp" + std::to_string(page.param);
                          });
 
-// ---- Lengths and arguments ---------------------------------------------------------
-
 // An explicit length converts zeros like any other character and stops exactly; a
 // character cut by the end of the text becomes one default character or U+FFFD, and in
 // UTF-8 before a terminator U+FFFD and the terminator (the answer files leave these out:
 // there the incomplete sequence swallowed the terminator).
 TEST(CodePage, TextEndingWithinACharacter) {
-  const struct {
-    unsigned page;
-    const char* bytes;
-    int length;
-    Units units;
-  } rows[] = {{1252, "A\0B", 3, Units(MLIB_T("A\0B"), 3)},
-              {1252, "AB", 3, Units(MLIB_T("AB\0"), 3)},  // terminator counted when in the length
-              {1252, "ABC", 2, MLIB_T("AB")},
-              {936, "\x81\0A", 3, Units(MLIB_T("?\0A"), 3)},  // lead byte before a zero
-              {936, "A\x81", 2, MLIB_T("A?")},
-              {936, "\xD6\xD0\xCE", 3, MLIB_T("\u4E2D?")},  // pair, then a cut pair
-              {65001, "\xE2\x82", 2, MLIB_T("\uFFFD")},
-              {65001, "\xF0\x9F\x98\x80\0\xC3\xA9", 7, Units(MLIB_T("\U0001F600\0\u00E9"), 4)},
-              {65001, "\xE0", -1, MLIB_T("\uFFFD")},
-              {65001, "\xE1", -1, MLIB_T("\uFFFD")},
-              {65001, "\xEF", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF0", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF4", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF0\x90", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF0\x9F", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF4\x8F", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF0\x80", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF0\x8F", -1, MLIB_T("\uFFFD")},
-              {65001, "\xF4\x90", -1, MLIB_T("\uFFFD")},
-              {65001, "AB\xE2", -1, MLIB_T("AB\uFFFD")},
-              {65001, "\xF0\x41", -1, MLIB_T("\uFFFDA")}};
-  for (const auto& row : rows) {
-    if (row.length < 0 && test::kSystemConversions) continue;  // under Wine: swallowed
-    std::string fault;
-    const std::vector<WideChar> got =
-        convertInRooms<WideChar>(row.page, row.bytes, row.length, {}, {}, fault);
-    EXPECT_EQ(Units(got.begin(), got.end()), row.units + (row.length < 0 ? Units(1, 0) : Units()))
-        << row.page << ": " << testing::PrintToString(std::string(row.bytes));
-    EXPECT_EQ(fault, "");
+  // Page, bytes, length, units (the terminator added for length -1).
+  std::vector<std::tuple<unsigned, const char*, int, Units>> rows = {
+      {1252, "A\0B", 3, Units(MLIB_T("A\0B"), 3)},
+      {1252, "AB", 3, Units(MLIB_T("AB\0"), 3)},  // terminator counted when in the length
+      {1252, "ABC", 2, MLIB_T("AB")},
+      {936, "\x81\0A", 3, Units(MLIB_T("?\0A"), 3)},  // lead byte before a zero
+      {936, "A\x81", 2, MLIB_T("A?")},
+      {936, "\xD6\xD0\xCE", 3, MLIB_T("\u4E2D?")},  // pair, then a cut pair
+      {65001, "\xE2\x82", 2, MLIB_T("\uFFFD")},
+      {65001, "\xF0\x9F\x98\x80\0\xC3\xA9", 7, Units(MLIB_T("\U0001F600\0\u00E9"), 4)},
+      {65001, "AB\xE2", -1, MLIB_T("AB\uFFFD")},
+      {65001, "\xF0\x41", -1, MLIB_T("\uFFFDA")}};
+  for (const char* cut : {"\xE0", "\xE1", "\xEF", "\xF0", "\xF4", "\xF0\x90", "\xF0\x9F",
+                          "\xF4\x8F", "\xF0\x80", "\xF0\x8F", "\xF4\x90"}) {
+    rows.emplace_back(65001, cut, -1, MLIB_T("\uFFFD"));
+  }
+  std::string fault;
+  for (const auto& [page, bytes, length, units] : rows) {
+    if (length < 0 && test::kSystemConversions) continue;  // under Wine: swallowed
+    const std::vector<WideChar> got = convertInRooms<WideChar>(page, bytes, length, {}, {}, fault);
+    EXPECT_EQ(Units(got.begin(), got.end()), units + (length < 0 ? Units(1, 0) : Units()))
+        << page << ": " << testing::PrintToString(std::string(bytes));
   }
   // And back: a zero unit is a character like any other.
-  std::string fault;
   EXPECT_EQ(convertInRooms<char>(1252, MLIB_T("A\0\u00E9"), 3, {}, {}, fault),
             (std::vector<char>{'A', 0, '\xE9'}));
   EXPECT_EQ(convertInRooms<char>(kUtf8CodePage, MLIB_T("A\0\u00E9"), 3, {}, {}, fault).size(), 4u);
@@ -276,64 +252,40 @@ TEST(CodePage, BadArgumentsAndUnknownCodePagesFailWith87) {
   if (test::kSystemConversions) GTEST_SKIP() << "the system's own argument checks answer";
   WideChar units[8] = {};
   char bytes[8] = {};
-  const struct {
-    bool toWide;
-    unsigned page;
-    bool source;  // "A" or null
-    int length;
-    bool buffer;  // the array or null
-    int room;
-    const char* why;
-  } rows[] = {{true, 54321, true, -1, true, 8, "no such page"},
-              {true, 12345, true, -1, false, 0, "count, unknown page"},
-              {true, 1252, false, -1, true, 8, "no source"},
-              {true, 1252, true, 0, true, 8, "length 0"},
-              {true, 1252, true, -2, true, 8, "length -2"},
-              {true, 1252, true, -1, true, -1, "room -1"},
-              {true, 1252, true, -1, false, 8, "no buffer"},
-              {true, 1252, true, -1, false, 1, "no buffer, room 1"},
-              {false, 54321, true, -1, true, 8, "no such page"},
-              {false, 12345, true, -1, false, 0, "count, unknown page"},
-              {false, 1252, false, -1, true, 8, "no source"},
-              {false, 1252, true, 0, true, 8, "length 0"},
-              {false, 1252, true, -3, true, 8, "length -3"},
-              {false, 1252, true, -1, true, -1, "room -1"},
-              {false, 936, true, -1, false, 8, "no buffer"},
-              {false, 936, true, -1, false, 1, "no buffer, room 1"}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(testing::Message() << (r.toWide ? "to wide: " : "from wide: ") << r.why);
-    setLastError(0);
-    EXPECT_EQ(r.toWide ? multiByteToWide(r.page, r.source ? "A" : nullptr, r.length,
-                                         r.buffer ? units : nullptr, r.room)
-                       : wideToMultiByte(r.page, r.source ? MLIB_T("A") : nullptr, r.length,
-                                         r.buffer ? bytes : nullptr, r.room),
-              0);
-    EXPECT_EQ(lastError(), kErrorInvalidParameter);
+  // Page, a source ("A") or null, length, a buffer or null, room.
+  const std::tuple<unsigned, bool, int, bool, int> rows[] = {
+      {54321, true, -1, true, 8},   // no such page
+      {12345, true, -1, false, 0},  // the count, of an unknown page
+      {1252, false, -1, true, 8},  {1252, true, 0, true, 8},   {1252, true, -2, true, 8},
+      {1252, true, -3, true, 8},   {1252, true, -1, true, -1}, {1252, true, -1, false, 8},
+      {936, true, -1, false, 1}};  // no buffer for a room of 1
+  for (const bool toWide : {true, false}) {
+    for (const auto& row : rows) {
+      const auto& [page, source, length, buffer, room] = row;
+      SCOPED_TRACE((toWide ? "to wide " : "from wide ") + testing::PrintToString(row));
+      setLastError(0);
+      EXPECT_EQ(toWide ? multiByteToWide(page, source ? "A" : nullptr, length,
+                                         buffer ? units : nullptr, room)
+                       : wideToMultiByte(page, source ? MLIB_T("A") : nullptr, length,
+                                         buffer ? bytes : nullptr, room),
+                0);
+      EXPECT_EQ(lastError(), kErrorInvalidParameter);
+    }
   }
   EXPECT_EQ(Units(units, 8), Units(8, 0));
   EXPECT_EQ(std::string(bytes, 8), std::string(8, 0));
 }
 
-// ---- The ANSI code page (every page that can be it is made so above) -----------------
-
-// Where the system owns the ANSI code page (Windows), the setting cannot be changed.
-bool libraryOwnsAnsiCodePage() { return setAnsiCodePage(ansiCodePage()); }
-
 // Refused: not a code page, or one no Windows has as its ANSI page; the current one stays.
-TEST(CodePage, AnsiSettingRefusesOtherPages) {
-  if (!libraryOwnsAnsiCodePage()) GTEST_SKIP() << "the system owns the ANSI code page";
+// Changes from several threads race safely with conversions through code page 0.
+TEST(CodePage, AnsiSettingRefusesOtherPagesAndIsSafeAcrossThreads) {
   const unsigned before = ansiCodePage();
+  if (!setAnsiCodePage(before)) GTEST_SKIP() << "the system owns the ANSI code page";
   ASSERT_TRUE(setAnsiCodePage(1252));
   for (const unsigned refused : {12345u, 0u, 437u, 1200u, 850u, 20936u}) {
     EXPECT_FALSE(setAnsiCodePage(refused)) << refused;
     EXPECT_EQ(ansiCodePage(), 1252u) << refused;
   }
-  ASSERT_TRUE(setAnsiCodePage(before));
-}
-
-TEST(CodePage, AnsiSettingIsSafeAcrossThreads) {
-  if (!libraryOwnsAnsiCodePage()) GTEST_SKIP() << "the system owns the ANSI code page";
-  const unsigned before = ansiCodePage();
   std::vector<std::thread> threads;
   std::atomic<int> wrong{0};
   for (int t = 0; t < 4; ++t) {
@@ -350,6 +302,33 @@ TEST(CodePage, AnsiSettingIsSafeAcrossThreads) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong.load(), 0);
   ASSERT_TRUE(setAnsiCodePage(before));
+}
+
+// MLIB_ANSI_CODEPAGE sets the ANSI code page at first use, once: CTest runs this test in a
+// process of its own for each value (ansiCodePageEnv/CMakeLists.txt).
+TEST(AnsiCodePageEnvironment, FirstUseTakesTheVariableAndOnlyThen) {
+  const char* const expectedText = std::getenv("MLIB_TEST_EXPECTED_ANSI_CODEPAGE");
+  if (expectedText == nullptr) GTEST_SKIP() << "run through CTest, which sets the variables";
+  const unsigned expected = static_cast<unsigned>(std::stoul(expectedText));
+  const char* const row = std::getenv("MLIB_TEST_ROW");
+  if (row != nullptr && std::string(row) == "set_first") {
+    // A change made before any other use is not undone by the variable read after it.
+    ASSERT_TRUE(setAnsiCodePage(expected));
+    EXPECT_EQ(ansiCodePage(), expected);
+    return;
+  }
+  // The first use of all is a conversion through code page 0: it gives what the expected
+  // page gives under its own number ("中" in 936, "ÖÐ" in 1252, U+FFFD twice in UTF-8).
+  WideChar units[3] = {}, expectedUnits[3] = {};
+  EXPECT_EQ(multiByteToWide(kAnsiCodePage, "\xD6\xD0", -1, units, 3),
+            multiByteToWide(expected, "\xD6\xD0", -1, expectedUnits, 3));
+  EXPECT_EQ(Units(units), Units(expectedUnits));
+  EXPECT_EQ(ansiCodePage(), expected);
+  // A change at run time holds: the variable is not read again.
+  for (const unsigned page : {expected == 936 ? 1252u : 936u, expected}) {
+    ASSERT_TRUE(setAnsiCodePage(page));
+    EXPECT_EQ(ansiCodePage(), page);
+  }
 }
 
 }  // namespace

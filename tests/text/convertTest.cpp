@@ -7,74 +7,102 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ansiPageSamples.h"
-#include "text/ansiCodePageScope.h"
 
 using mlib::WideChar;
 using WideString = std::basic_string<WideChar>;
 
 namespace {
 
-// A cutting copy or conversion of src into 8 elements fenced by '~', at every capacity: the
-// whole output cut to the last character (`step` elements each) within capacity - 1, zeros
-// up to the capacity, the fence untouched. A null pointer or capacity 0 gives null and
-// writes nothing.
+// Whether an element continues a character: a UTF-8 continuation byte, a low surrogate.
+bool continues(char byte) { return (byte & 0xC0) == 0x80; }
+bool continues(WideChar unit) { return (unit & 0xFC00) == 0xDC00; }
+
+// A cutting copy or conversion of src into a buffer fenced by '~', at every capacity up to
+// two past the whole output: the output cut to the last whole character within
+// capacity - 1 (characters of `step` elements; 0: UTF-8 or UTF-16 characters), zeros up to
+// the capacity (or, with `fillsAll` false, only a terminator when the whole output fits),
+// the fence untouched. A null pointer gives null, capacity 0 null or, with `zeroGivesDst`,
+// the destination; neither writes.
 template <typename Out, typename In>
 void expectCuts(Out* (*copy)(Out*, const In*, int), const std::basic_string<In>& src,
-                const std::basic_string<Out>& want, std::size_t step = 1) {
-  for (int capacity = 1; capacity <= 8; ++capacity) {
-    std::basic_string<Out> dst(8, '~');
-    ASSERT_EQ(copy(&dst[0], src.c_str(), capacity), &dst[0]);
-    std::basic_string<Out> cut =
-        want.substr(0, (static_cast<std::size_t>(capacity) - 1) / step * step);
-    cut.resize(static_cast<std::size_t>(capacity), 0);
-    EXPECT_EQ(dst, cut + std::basic_string<Out>(8 - cut.size(), '~')) << "capacity " << capacity;
+                const std::basic_string<Out>& want, std::size_t step = 1, bool zeroGivesDst = false,
+                bool fillsAll = true) {
+  const std::size_t size = want.size() + 3;
+  for (std::size_t capacity = 1; capacity < size; ++capacity) {
+    std::basic_string<Out> dst(size, '~');
+    ASSERT_EQ(copy(&dst[0], src.c_str(), static_cast<int>(capacity)), &dst[0]);
+    std::size_t keep = std::min(want.size(), capacity - 1);
+    while (step == 0 ? keep < want.size() && continues(want[keep]) : keep % step != 0) --keep;
+    std::basic_string<Out> cut = want.substr(0, keep);
+    cut.resize(fillsAll || keep < want.size() ? capacity : keep + 1, 0);
+    EXPECT_EQ(dst, cut + std::basic_string<Out>(size - cut.size(), '~')) << "capacity " << capacity;
   }
   Out one[1] = {'~'};
   EXPECT_EQ(copy(nullptr, src.c_str(), 2), nullptr);
   EXPECT_EQ(copy(one, nullptr, 2), nullptr);
-  EXPECT_EQ(copy(one, src.c_str(), 0), nullptr);
+  EXPECT_EQ(copy(one, src.c_str(), 0), zeroGivesDst ? one : nullptr);
   EXPECT_EQ(one[0], '~');
+}
+
+template <int kCount>
+WideChar* strCpyN(WideChar* dst, const WideChar* src, int capacity) {
+  return StrCpyN(dst, src, kCount, capacity);
+}
+
+// A re-sizing: capacity 0 or no buffer gives the argument back; otherwise a new buffer
+// holding the text cut to capacity - 1, then zeros.
+template <typename Char>
+void expectResizes(Char* (*resize)(Char*, unsigned)) {
+  Char* buffer = new Char[5]{'a', 'b', 'c', 'd', 0};
+  EXPECT_EQ(resize(buffer, 0), buffer);
+  EXPECT_EQ(resize(nullptr, 8), nullptr);
+  buffer = resize(buffer, 3);
+  EXPECT_EQ(std::basic_string<Char>(buffer, 3), std::basic_string<Char>({'a', 'b', 0}));
+  buffer = resize(buffer, 6);
+  EXPECT_EQ(std::basic_string<Char>(buffer, 6), std::basic_string<Char>({'a', 'b', 0, 0, 0, 0}));
+  delete[] buffer;
 }
 
 }  // namespace
 
-TEST(CopyHelpers, CopiesAndAnsiConversionsCutWholeCharactersAndZeroFill) {
+TEST(CopyHelpers, CopiesAndConversionsCutWholeCharactersAndZeroFill) {
   const WideString text = MLIB_T("abcdef");
   for (auto copy : {StrCpyT, StrCpyW, t2w, w2t, StrT2W, StrW2T}) expectCuts(copy, text, text);
   expectCuts(StrCpyA, std::string("abcdef"), std::string("abcdef"));
   // StrCpyN copies min(count, capacity - 1) characters (none for a negative count) and a
   // terminator, and leaves the rest alone.
-  for (int count : {-3, 0, 2, 4, 6, 10}) {
-    for (int capacity = 1; capacity <= 8; ++capacity) {
-      WideString dst(10, '~');
-      ASSERT_EQ(StrCpyN(&dst[0], text.c_str(), count, capacity), &dst[0]);
-      const std::size_t copied =
-          static_cast<std::size_t>(std::clamp(count < capacity ? count : capacity - 1, 0, 6));
-      EXPECT_EQ(dst, text.substr(0, copied) + WideChar(0) + WideString(9 - copied, '~'))
-          << count << " into " << capacity;
-    }
-  }
-  WideChar dst[4];
-  EXPECT_EQ(StrCpyN(dst, MLIB_T("a"), 1, 0), nullptr);
-  EXPECT_EQ(StrCpyN(dst, nullptr, 1, 4), nullptr);
+  expectCuts(strCpyN<-3>, text, WideString(), 1, false, false);
+  expectCuts(strCpyN<0>, text, WideString(), 1, false, false);
+  expectCuts(strCpyN<4>, text, text.substr(0, 4), 1, false, false);
+  expectCuts(strCpyN<10>, text, text, 1, false, false);
   if (AnsiCodePageScope scope(1252); scope.active) {  // one byte a character
-    const struct {
-      std::string ansi;
-      WideString wide;
-    } rows[] = {{"abcd", MLIB_T("abcd")},
-                {"", MLIB_T("")},
-                {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
-                {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
-    for (const auto& r : rows) {
-      SCOPED_TRACE(r.ansi);
+    const std::pair<std::string, WideString> rows[] = {
+        {"", MLIB_T("")},
+        {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
+        {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
+    for (const auto& [ansi, wide] : rows) {
+      SCOPED_TRACE(ansi);
       for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
-        if (r.ansi.find('?') == std::string::npos) expectCuts(convert, r.ansi, r.wide);
+        if (ansi.find('?') == std::string::npos) expectCuts(convert, ansi, wide);
       }
-      for (auto convert : {WideToANSI, StrW2A, StrT2A}) expectCuts(convert, r.wide, r.ansi);
+      for (auto convert : {WideToANSI, StrW2A, StrT2A}) expectCuts(convert, wide, ansi);
     }
+    // The trips through the ANSI code page keep only what it holds.
+    for (auto convert : {U82A, Utf8ToANSI}) {
+      expectCuts(convert, std::string("\xC3\xA9\xE2\x82\xAC\xE4\xB8\xAD"),
+                 std::string("\xE9\x80?"));
+    }
+    expectCuts(A2U8, std::string("\xE9\x80\xE9"), std::string("\xC3\xA9\xE2\x82\xAC\xC3\xA9"), 0);
+    expectCuts(U82T, std::string("\xC3\xA9\xE4\xB8\xAD"), WideString(MLIB_T("\u00E9?")), 1, true);
+    expectCuts(T2U8, WideString(MLIB_T("\u00E9\u4E2D\u20AC")), std::string("\xC3\xA9?\xE2\x82\xAC"),
+               0, true);
+    char narrow[4] = {'~', '~', '~', '~'};
+    ASSERT_EQ(ANSIToUtf8(narrow, nullptr, 4), narrow);
+    EXPECT_EQ(std::string(narrow, 4), std::string(1, '\0') + "~~~") << "a null source is empty";
   }
   if (AnsiCodePageScope scope(936); scope.active) {  // a cut never splits a double-byte pair
     expectCuts(WideToANSI, WideString(MLIB_T("\u4E2D\u6587")), std::string("\xD6\xD0\xCE\xC4"), 2);
@@ -96,73 +124,17 @@ TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
     EXPECT_EQ(copy(dst, src, -1), dst);
     EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
   }
-  char* narrow = new char[4]{'a', 'b', 'c', '\0'};
-  EXPECT_EQ(ResizeBufferA(narrow, 0), narrow) << "capacity 0 returns the buffer itself";
-  EXPECT_EQ(ResizeBufferA(nullptr, 8), nullptr);
-  narrow = ResizeBufferA(narrow, 6);
-  EXPECT_EQ(std::string(narrow, 6), std::string("abc\0\0\0", 6));
-  narrow = ResizeBufferA(narrow, 3);
-  EXPECT_EQ(std::string(narrow, 3), std::string("ab\0", 3));
-  delete[] narrow;
-  for (auto resize : {ResizeBufferT, ResizeBufferW}) {
-    WideChar* wide = new WideChar[5]{'a', 'b', 'c', 'd', 0};
-    EXPECT_EQ(resize(wide, 0), wide);
-    wide = resize(wide, 3);
-    EXPECT_EQ(WideString(wide, 3), WideString(MLIB_T("ab\0"), 3));
-    wide = resize(wide, 5);
-    EXPECT_EQ(WideString(wide, 5), WideString(MLIB_T("ab\0\0\0"), 5));
-    delete[] wide;
-  }
+  expectResizes(ResizeBufferA);
+  expectResizes(ResizeBufferT);
+  expectResizes(ResizeBufferW);
 }
 
+// UTF-8 keeps every character; text that fits leaves the rest of the destination as it was.
 TEST(Conversions, Utf8KeepsEveryCharacterAndCutsWhole) {
-  const char* utf8 = "h\xC3\xA9llo \xE4\xB8\xAD \xF0\x9F\x98\x80";
-  const WideString wide = MLIB_T("h\u00E9llo \u4E2D \U0001F600");
-  WideString units(16, '~');
-  ASSERT_EQ(Utf8ToWide(&units[0], utf8, 16), &units[0]);
-  EXPECT_EQ(units, wide + WideString(MLIB_T("\0~~~~~"), 6)) << "no fill past the terminator";
-  std::string bytes(20, '~');
-  ASSERT_EQ(WideToUtf8(&bytes[0], wide.c_str(), 20), &bytes[0]);
-  EXPECT_EQ(std::string(bytes.c_str()), utf8);
-  // A cut never leaves half a character: the surrogate pair would need units 8 and 9.
-  units.assign(11, '~');
-  Utf8ToWide(&units[0], utf8, 10);
-  EXPECT_EQ(units, WideString(MLIB_T("h\u00E9llo \u4E2D \0\0~"), 11));
-  bytes.assign(4, '~');
-  WideToUtf8(&bytes[0], MLIB_T("a\u4E2D"), 3);
-  EXPECT_EQ(bytes, std::string("a\0\0~", 4));
-  EXPECT_EQ(Utf8ToWide(nullptr, utf8, 4), nullptr);
-  EXPECT_EQ(WideToUtf8(&bytes[0], nullptr, 4), nullptr);
-}
-
-TEST(Conversions, TripsThroughAnsiKeepOnlyWhatTheCodePageHolds) {
-  MLIB_USE_ANSI_CODE_PAGE(1252);
-  char narrow[8];
-  ASSERT_EQ(Utf8ToANSI(narrow, "\xC3\xA9\xE2\x82\xAC\xE4\xB8\xAD", 8), narrow);
-  EXPECT_EQ(std::string(narrow), "\xE9\x80?");
-  std::string ansi(5, '~');
-  ASSERT_EQ(U82A(&ansi[0], "abcdef", 4), &ansi[0]);
-  EXPECT_EQ(ansi, std::string("abc\0~", 5));
-  std::string utf8(7, '~');
-  ASSERT_EQ(A2U8(&utf8[0], "\xE9\xE9\xE9", 6), &utf8[0]);
-  EXPECT_EQ(utf8, std::string("\xC3\xA9\xC3\xA9\0\0~", 7));
-  ASSERT_EQ(ANSIToUtf8(&utf8[0], nullptr, 6), &utf8[0]);
-  EXPECT_EQ(utf8[0], '\0') << "a null source is empty text";
-  WideChar wide[8] = {'~'};
-  EXPECT_EQ(U82T(wide, "\xC3\xA9\xE4\xB8\xAD", 0), wide);
-  EXPECT_EQ(wide[0], '~') << "capacity 0 leaves the destination untouched";
-  ASSERT_EQ(U82T(wide, "\xC3\xA9\xE4\xB8\xAD", 8), wide);
-  EXPECT_EQ(WideString(wide), MLIB_T("\u00E9?"));
-  ASSERT_EQ(T2U8(narrow, MLIB_T("\u00E9\u4E2D"), 8), narrow);
-  EXPECT_EQ(std::string(narrow), "\xC3\xA9?");
-  EXPECT_EQ(U82T(nullptr, "a", 8), nullptr);
-  narrow[0] = '~';
-  EXPECT_EQ(T2U8(narrow, MLIB_T("a"), 0), narrow);  // zero-fills none, returns the destination
-  EXPECT_EQ(narrow[0], '~');
-  EXPECT_EQ(U82A(narrow, nullptr, 8), nullptr);
-  EXPECT_EQ(A2U8(narrow, "a", 0), nullptr);
-  EXPECT_FALSE(SetAnsiCodePage(12345));
-  EXPECT_EQ(GetAnsiCodePage(), 1252u);
+  const std::string utf8 = "h\xC3\xA9 \xE4\xB8\xAD\xF0\x9F\x98\x80";
+  const WideString wide = MLIB_T("h\u00E9 \u4E2D\U0001F600");
+  expectCuts(Utf8ToWide, utf8, wide, 0, false, false);
+  expectCuts(WideToUtf8, wide, utf8, 0, false, false);
 }
 
 // Under every page that can be the ANSI page, the trips' ANSI temporaries hold the whole
