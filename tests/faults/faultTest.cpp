@@ -264,8 +264,8 @@ bool underFault(const std::function<void()>& op) {
 
 const String kLong(u"a text longer than the one before it, so it must grow");
 
-// Open and Read(Byte&) of ten bytes: all or nothing, and the object opens again. On a thread
-// of its own, whose queue of completions has still to be made.
+// Open and Read(Byte&) of ten bytes: all or nothing, and the object opens again. On a fresh
+// thread, whose first request must not need the heap for the thread's completion queue.
 template <typename File>
 bool openAndReadWhole(const String& path) {
   bool ok = false;
