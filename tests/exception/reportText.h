@@ -1,5 +1,4 @@
-// Test helpers: the text of a String as ASCII, the frame of the exception reports and the
-// registry's built-in messages.
+// Test helpers: a String as ASCII, the exception reports' frame, the registry's built-in texts.
 #ifndef MLIB_TESTS_EXCEPTION_REPORTTEXT_H
 #define MLIB_TESTS_EXCEPTION_REPORTTEXT_H
 
@@ -12,9 +11,8 @@ namespace mlib::testing {
 // Each UTF-16 unit of s as one char; units past ASCII become '?'. Empty for a null string.
 inline std::string ascii(const String& s) {
   std::string out;
-  for (const WideChar* u = s.toString(); u != nullptr && *u != 0; ++u) {
+  for (const WideChar* u = s.toString(); u != nullptr && *u != 0; ++u)
     out += *u < 0x80 ? static_cast<char>(*u) : '?';
-  }
   return out;
 }
 
