@@ -1,7 +1,7 @@
-// The files, the port probe and the executable's folder when the system calls under them
-// fail, one call at a time, with the errors those calls really give; and every heap
-// allocation of an operation failing in turn. libfiu's preload library fails the C library's
-// calls; the few it does not cover (readlink, lseek, stat, fstat, fcntl) are interposed here.
+// The files, the port probe and the executable's folder when the system calls under them fail,
+// one at a time, with the errors those calls really give, and every heap allocation of an
+// operation failing in turn. libfiu's preload library fails the C library's calls; the few it
+// does not cover (readlink, lseek, stat, fstat, fcntl) are interposed here.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <mlib/containers.h>
@@ -45,47 +45,36 @@ MLIB_INTERPOSE(int, fstat, (int fd, struct stat* st), (fd, st))
 MLIB_INTERPOSE(int, stat, (const char* p, struct stat* st), (p, st))
 MLIB_INTERPOSE(int, fcntl, (int fd, int command, long arg), (fd, command, arg))
 
+namespace mlib::test {
 namespace {
 
-using mlib::Byte;
-using mlib::MxAsyncFile;
-using mlib::MxFile;
-using mlib::String;
-using mlib::test::kDigits;
-
-// The nth call of the point fails (counting from 1; a trailing '*' matches every point under
-// it, counted together), or every call when nth is 0, up to kStorm calls, so a retry loop
-// without a bound ends the test instead of hanging it.
+// The nth call of the point fails with errno `error` (counting from 1; a trailing '*' matches
+// every point under it, counted together), or every call when nth is 0, up to 100000 calls, so
+// a retry loop without a bound ends the test instead of hanging it.
 struct Fault {
   const char* point;
-  int error;  // errno of the failing call
-  int nth;
-  int calls = 0;
+  int error, nth, calls = 0;
 };
-constexpr int kStorm = 100000;
 std::vector<Fault> gArmed;
 
 int decideFault(const char* name, int*, void**, unsigned*) {
   for (Fault& a : gArmed) {
     const std::size_t n = std::strcspn(a.point, "*");
     if (std::strncmp(a.point, name, n) == 0 && (a.point[n] != 0 || name[n] == 0)) {
-      ++a.calls;
-      return a.nth == 0 ? a.calls <= kStorm : a.calls == a.nth;
+      return a.nth == 0 ? ++a.calls <= 100000 : ++a.calls == a.nth;
     }
   }
   return 0;
 }
 
-// Arms the faults (room is made first: a decision never allocates).
+// Arms the faults (a decision never allocates).
 void arm(const std::vector<Fault>& faults) {
-  static const bool started = fiu_init(0) == 0;
-  (void)started;
-  gArmed.reserve(16);
+  fiu_init(0);
+  gArmed = faults;
   srandom(7);  // libfiu shortens with random(): 3 bytes of a 10-byte read, 1 of a 26-byte write
-  for (const Fault& f : faults) {
-    gArmed.push_back(f);
-    void* info = reinterpret_cast<void*>(static_cast<std::intptr_t>(f.error));
-    fiu_enable_external(f.point, 1, info, 0, decideFault);
+  for (const Fault& f : gArmed) {
+    fiu_enable_external(f.point, 1, reinterpret_cast<void*>(std::intptr_t{f.error}), 0,
+                        decideFault);
   }
 }
 
@@ -101,16 +90,9 @@ int disarm() {
 }
 
 const std::string kData = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-constexpr int kRetryBound = 1000;  // no retry loop may make more calls than this
 
-struct {
-  int calls;
-  unsigned bytes;
-  int code;
-} gDone;
-void record(MxAsyncFile&, unsigned bytes, mlib::MxException& e) {
-  gDone = {gDone.calls + 1, bytes, e.GetCode()};
-}
+std::vector<std::pair<unsigned, int>> gDone;  // the callbacks' bytes and codes
+void record(MxAsyncFile&, unsigned n, MxException& e) { gDone.emplace_back(n, e.GetCode()); }
 
 // Files: 's' the stream (MxFile), 'o' the overlapped file. Ops: 'o' Open(2), 't' Open(3)
 // (truncating), 'r' Read 10 bytes, 'b' Read(Byte&), 'w' Write kData, 'f' / 'c' Flush / Close
@@ -133,7 +115,7 @@ void runRow(MxFile& file, const IoRow& row) {
   auto* const async = dynamic_cast<MxAsyncFile*>(&file);
   SCOPED_TRACE(std::string(async ? "overlapped " : "stream ") + row.op + " " +
                row.faults.back().point + " " + std::to_string(row.faults.back().error));
-  mlib::test::TempFolder folder;
+  TempFolder folder;
   const String name = folder.put("f");
   const bool opens = row.op == 'o' || row.op == 't';
   ASSERT_TRUE(opens || file.Open(name, 2));
@@ -142,10 +124,10 @@ void runRow(MxFile& file, const IoRow& row) {
     async->SetCallBackWrite(record);
   }
   ASSERT_TRUE((row.op != 'f' && row.op != 'c') || file.Write(kData.data(), 26) != 0);
-  gDone = {0, 0, -1};
+  gDone.clear();
   char buffer[16] = {};
   Byte whole;
-  mlib::WideChar exeFolder[512] = {u'x'};
+  WideChar exeFolder[512] = {u'x'};
   arm(row.faults);
   errno = 0;
   const long result = [&]() -> long {
@@ -159,20 +141,20 @@ void runRow(MxFile& file, const IoRow& row) {
     if (row.op == 's') return file.Seek(4);
     if (row.op == 'p') return Net_IsPortBind(0);
     if (row.op == 'x') return GetCurrentPath(exeFolder, 512)[0];
-    return mlib::MxAsyncFileWin(*async).GetLength();
+    return MxAsyncFileWin(*async).GetLength();
   }();
   const int error = errno;
   const int calls = disarm();
-  EXPECT_TRUE(calls >= 1 && calls <= kRetryBound) << calls << " calls";
+  EXPECT_TRUE(calls >= 1 && calls <= 1000) << calls << " calls: a retry loop without a bound";
   EXPECT_EQ(result, row.result);
   EXPECT_TRUE(row.error < 0 || error == row.error) << "errno " << error;
   EXPECT_TRUE(!opens || result != 0 || file.GetLength() == (async ? 0xFFFFFFFFu : 0u)) << "open";
-  EXPECT_EQ(gDone.calls, row.code >= 0 ? 1 : 0);
-  EXPECT_EQ(gDone.code, row.code);
-  const unsigned got = async != nullptr ? gDone.bytes : static_cast<unsigned>(result);
+  EXPECT_EQ(gDone.size(), row.code >= 0 ? 1u : 0u);
+  EXPECT_TRUE(gDone.empty() || gDone[0].second == row.code);
+  const unsigned got = async == nullptr ? result : gDone.empty() ? 0 : gDone[0].first;
   const unsigned read = row.op == 'r' ? got : 0;
   EXPECT_EQ(std::string(buffer, read), std::string(kDigits, read));
-  EXPECT_EQ(mlib::test::content(whole), std::string(kDigits, row.op == 'b' ? result : 0));
+  EXPECT_EQ(content(whole), std::string(kDigits, row.op == 'b' ? result : 0));
   file.Close();  // a failed fclose, as injected, writes nothing: data lost, failure reported
   std::string expected = kDigits;
   if (row.op == 'w') expected.replace(0, std::min(got, 10u), kData, 0, got);
@@ -187,19 +169,13 @@ void runRow(MxFile& file, const IoRow& row) {
   EXPECT_EQ(GetCurrentPath(exeFolder, 512)[0], u'/');
 }
 
-}  // namespace
-
 TEST(IoFaults, FilesProbeAndFolderReportEveryFailedCall) {
-  const char* const open = "posix/io/oc/open";
-  const char* const pread = "posix/io/rw/pread";
-  const char* const pwrite = "posix/io/rw/pwrite";
-  const char* const fsync = "posix/io/sync/fsync";
   const Fault shortRead{"posix/io/rw/pread/reduce", 0, 1};    // 3 bytes of 10
   const Fault shortWrite{"posix/io/rw/pwrite/reduce", 0, 1};  // 1 byte of 26
   const IoRow rows[] = {
-      {"so", 'o', {{open, EACCES, 1}}, 0, EACCES},
-      {"s", 'o', {{open, EINTR, 1}}, 1, -1},
-      {"so", 'o', {{open, EINTR, 0}}, 0, EINTR},
+      {"so", 'o', {{"posix/io/oc/open", EACCES, 1}}, 0, EACCES},
+      {"s", 'o', {{"posix/io/oc/open", EINTR, 1}}, 1, -1},
+      {"so", 'o', {{"posix/io/oc/open", EINTR, 0}}, 0, EINTR},
       {"so", 'o', {{"mlib/fstat", EIO, 1}}, 0, EIO},
       {"s", 'o', {{"posix/stdio/oc/fdopen", EMFILE, 1}}, 0, EMFILE},
       {"o", 'o', {{"mlib/stat", EACCES, 1}}, 1, 0},  // only a hint: the open decides
@@ -211,22 +187,22 @@ TEST(IoFaults, FilesProbeAndFolderReportEveryFailedCall) {
       {"s", 'w', {{"posix/stdio/rw/fwrite", ENOSPC, 1}}, 0, ENOSPC},
       {"s", 'f', {{"posix/stdio/fflush", EIO, 1}}, 0, EIO},
       {"s", 'c', {{"posix/stdio/oc/fclose", EIO, 1}}, 0, EIO},
-      {"o", 'r', {{pread, EINTR, 1}}, 1, 0, 0},
-      {"o", 'r', {{pread, EINTR, 0}}, 0, EINTR},
+      {"o", 'r', {{"posix/io/rw/pread", EINTR, 1}}, 1, 0, 0},
+      {"o", 'r', {{"posix/io/rw/pread", EINTR, 0}}, 0, EINTR},
       {"o", 'r', {shortRead}, 1, 0, 0},
-      {"o", 'r', {shortRead, {pread, EIO, 2}}, 1, 0, EIO},
-      {"o", 'b', {{pread, EIO, 1}}, 0, EIO},
+      {"o", 'r', {shortRead, {"posix/io/rw/pread", EIO, 2}}, 1, 0, EIO},
+      {"o", 'b', {{"posix/io/rw/pread", EIO, 1}}, 0, EIO},
       {"o", 'b', {shortRead}, 10, 0, 0},
       {"o", 'l', {{"mlib/lseek", EIO, 1}}, 0xFFFFFFFFL, EIO},
       {"o", 's', {{"mlib/lseek", EIO, 1}}, 1, EIO},  // compared with 0xFFFFFFFF
       {"o", 'd', {{"mlib/fcntl", EMFILE, 1}}, 0xFFFFFFFFL, EMFILE},
-      {"o", 'w', {{pwrite, ENOSPC, 1}}, 0, ENOSPC},
-      {"o", 'w', {{pwrite, EINTR, 1}}, 1, 0, 0},
-      {"o", 'w', {{pwrite, EINTR, 0}}, 0, EINTR},
+      {"o", 'w', {{"posix/io/rw/pwrite", ENOSPC, 1}}, 0, ENOSPC},
+      {"o", 'w', {{"posix/io/rw/pwrite", EINTR, 1}}, 1, 0, 0},
+      {"o", 'w', {{"posix/io/rw/pwrite", EINTR, 0}}, 0, EINTR},
       {"o", 'w', {shortWrite}, 1, 0, 0},
-      {"o", 'w', {shortWrite, {pwrite, ENOSPC, 2}}, 1, 0, ENOSPC},
-      {"o", 'f', {{fsync, EIO, 1}}, 0, EIO},
-      {"o", 'f', {{fsync, EINTR, 0}}, 0, EINTR},
+      {"o", 'w', {shortWrite, {"posix/io/rw/pwrite", ENOSPC, 2}}, 1, 0, ENOSPC},
+      {"o", 'f', {{"posix/io/sync/fsync", EIO, 1}}, 0, EIO},
+      {"o", 'f', {{"posix/io/sync/fsync", EINTR, 0}}, 0, EINTR},
       {"o", 'c', {{"posix/io/oc/close", EIO, 1}}, 0, EIO},
       // The probe counts a failure as the port taken and ignores its clean-up's results.
       {"s", 'p', {{"posix/io/net/socket", EMFILE, 1}}, 1, EMFILE},
@@ -242,8 +218,6 @@ TEST(IoFaults, FilesProbeAndFolderReportEveryFailedCall) {
     if (std::strchr(row.files, 'o') != nullptr) runRow(overlapped, row);
   }
 }
-
-namespace {
 
 int gNth = 0;         // the allocation that fails, counting from 1
 int gCalls = 0;       // allocations the last operation made, up to the failing one
@@ -280,14 +254,11 @@ bool openAndReadWhole(const String& path) {
   return ok;
 }
 
-}  // namespace
-
 TEST(AllocFaults, EveryAllocationOfAnOperationFailsInTurn) {
-  // The operation answers its refusal, or throws std::bad_alloc where String and the element
-  // copies of the containers do, and leaves its object as before or as after a success; it
-  // never crashes, never leaves a lock held, and works again once the heap answers. Each row
-  // answers whether its object is as before (when it threw) or as after.
-  mlib::test::TempFolder folder;
+  // The operation refuses, or throws std::bad_alloc where String and the containers' element
+  // copies do; each row answers whether its object is as before (when it threw) or as after a
+  // success. Nothing crashes or keeps a lock, and all works again once the heap answers.
+  TempFolder folder;
   const String path = folder.put("f");
   const std::pair<const char*, std::function<bool()>> rows[] = {
       {"String +=",
@@ -308,7 +279,7 @@ TEST(AllocFaults, EveryAllocationOfAnOperationFailsInTurn) {
        }},
       {"MxList<String>::AddTail",
        [] {
-         mlib::MxList<String> list;
+         MxList<String> list;
          list.AddTail(String(u"a"));
          bool added = false;
          underFault([&] { added = list.AddTail(kLong); });
@@ -318,7 +289,7 @@ TEST(AllocFaults, EveryAllocationOfAnOperationFailsInTurn) {
        }},
       {"SyncMap<int, String>::Add",
        [] {
-         mlib::SyncMap<int, String> map;
+         SyncMap<int, String> map;
          bool added = false;
          underFault([&] { added = map.Add(7, kLong); });
          bool otherThread = false;  // the map's lock is free
@@ -344,7 +315,7 @@ TEST(AllocFaults, EveryAllocationOfAnOperationFailsInTurn) {
 TEST(PosixFiles, FifoIsRefusedAtOnceInEveryMode) {
   // No fault: what only POSIX lets a test set up. A FIFO has no positions, and opening one
   // with nobody at the other end would block; a hang here ends at the test's time limit.
-  mlib::test::TempFolder folder;
+  TempFolder folder;
   ASSERT_EQ(::mkfifo(folder.path("fifo").c_str(), 0600), 0);
   for (int mode = 0; mode < 5; ++mode) {
     errno = 0;
@@ -352,3 +323,6 @@ TEST(PosixFiles, FifoIsRefusedAtOnceInEveryMode) {
     EXPECT_EQ(errno, ESPIPE) << "mode " << mode;
   }
 }
+
+}  // namespace
+}  // namespace mlib::test

@@ -1,11 +1,9 @@
-// MxFile over the C library's streams, and the overlapped MxAsyncFileWin and MxAsyncFile, most
-// checks run on both: modes and share modes, the positional rule, whole-file reads, closing,
-// reopening, copying, the completion routine and requests issued from callbacks.
+// MxFile over the C library's streams and the overlapped MxAsyncFileWin and MxAsyncFile, most
+// checks on both: modes, share modes, positions, whole-file reads, copies and completions.
 #include <gtest/gtest.h>
 #include <mlib/exceptions.h>
 #include <mlib/files.h>
 
-#include <cstring>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -16,26 +14,17 @@
 #include "file/tempFiles.h"
 #include "platform/platform.h"
 
-using mlib::Byte;
-using mlib::MxAsyncFile;
-using mlib::MxAsyncFileWin;
-using mlib::MxException;
-using mlib::test::content;
-using mlib::test::kDigits;
-namespace platform = mlib::platform;
-
+namespace mlib::test {
 namespace {
 
 constexpr unsigned kNoSize = 0xFFFFFFFFu;
 
 using Completion = std::tuple<const void*, unsigned, int>;  // a callback's file, bytes, code
 std::vector<Completion> gReads, gWrites;
-template <std::vector<Completion>& log>
-void record(MxAsyncFile& file, unsigned bytes, MxException& error) {
-  log.emplace_back(&file, bytes, error.GetCode());
+void onRead(MxAsyncFile& f, unsigned n, MxException& e) { gReads.emplace_back(&f, n, e.GetCode()); }
+void onWrite(MxAsyncFile& f, unsigned n, MxException& e) {
+  gWrites.emplace_back(&f, n, e.GetCode());
 }
-constexpr auto onRead = &record<gReads>;
-constexpr auto onWrite = &record<gWrites>;
 
 // A file class with its state in view. readAt: the bytes one Read delivered, by its result
 // for a stream, by its callback's count for an overlapped file ("<refused>": Read returned 0;
@@ -44,10 +33,7 @@ template <typename File>
 class Probe : public File {
  public:
   static constexpr bool kOverlapped = std::is_base_of_v<MxAsyncFileWin, File>;
-  using File::handle_;
-  using File::mode_;
-  using File::path_;
-  using File::position_;
+  using File::handle_, File::mode_, File::path_, File::position_;
   std::string readAt(unsigned count) {
     std::string out(count, '\0');
     const std::size_t before = gReads.size();
@@ -61,16 +47,14 @@ class Probe : public File {
 
 class AsyncProbe : public Probe<MxAsyncFile> {
  public:
-  using MxAsyncFile::fileIOCompletionRoutine;
-  using MxAsyncFileWin::readCallback_;
-  using MxAsyncFileWin::readContext_;
-  using MxAsyncFileWin::writeContext_;
+  using MxAsyncFile::fileIOCompletionRoutine, MxAsyncFileWin::readCallback_;
+  using MxAsyncFileWin::readContext_, MxAsyncFileWin::writeContext_;
 };
 
 // Runs `check` on a stream, then on an overlapped file.
 template <typename Check>
 void onBoth(const Check& check) {
-  Probe<mlib::MxFile> stream;
+  Probe<MxFile> stream;
   check(stream);
   AsyncProbe overlapped;
   check(overlapped);
@@ -79,55 +63,41 @@ void onBoth(const Check& check) {
 class Files : public ::testing::Test {
  protected:
   void SetUp() override { gReads.clear(), gWrites.clear(); }
-  mlib::test::TempFolder dir_;
-  const mlib::String ten_ = dir_.put("ten");
+  TempFolder dir_;
+  const String ten_ = dir_.put("ten");
 };
 
-}  // namespace
-
 TEST_F(Files, ModesOpenCreateTruncateOrRefuseAlike) {
-  // Per mode: the ten digits after "AB" written at 0 by a stream and by an overlapped file
-  // (null: refused; a stream in mode 4 appends), and whether a missing file is made.
-  struct Row {
-    int mode;
-    const char* stream;
-    const char* overlapped;
-    bool creates;
-  };
-  const Row rows[] = {{0, kDigits, kDigits, false},
-                      {1, "AB23456789", "AB23456789", false},
-                      {2, "AB23456789", "AB23456789", false},
-                      {3, "AB", "AB", true},
-                      {4, "0123456789AB", "AB23456789", true},
-                      {5, nullptr, nullptr, false},
-                      {7, nullptr, nullptr, false},
-                      {-1, nullptr, nullptr, false}};
-  for (const Row& r : rows) {
-    onBoth([&, mode = r.mode, creates = r.creates](auto& file) {
-      const bool overlapped = file.kOverlapped;
-      const char* const after = overlapped ? r.overlapped : r.stream;
+  // By mode: the ten digits after "AB" is written at 0 (the last entry: a stream in mode 4,
+  // which appends), or the refusal; modes 3 and 4 make a missing file.
+  const char* const afterAB[] = {kDigits, "AB23456789", "AB23456789",
+                                 "AB",    "AB23456789", "0123456789AB"};
+  for (const int mode : {0, 1, 2, 3, 4, 5, 7, -1}) {
+    onBoth([&](auto& file) {
+      const bool overlapped = file.kOverlapped, known = mode >= 0 && mode < 5;
+      const bool creates = mode == 3 || mode == 4;
+      const std::string after = known ? afterAB[mode == 4 && !overlapped ? 5 : mode] : "<refused>";
       const std::string fresh = (overlapped ? "overlapped" : "stream") + std::to_string(mode);
       SCOPED_TRACE(fresh);
-      // The stream stores no mode it does not know; both store the path, opened or not.
-      const int kept = overlapped || (mode >= 0 && mode < 5) ? mode : 0;
+      const int kept = overlapped || known ? mode : 0;  // the stream stores only modes it knows
       // A create-or-open of an existing file leaves "already exists" behind on the overlapped
       // file, as the system does; the stream clears it.
       platform::setLastError(overlapped ? 0 : platform::kErrorAlreadyExists);
-      ASSERT_EQ(file.Open(dir_.put("ten"), mode), after != nullptr);
+      ASSERT_EQ(file.Open(dir_.put("ten"), mode), known);
       const bool exists = platform::lastError() == platform::kErrorAlreadyExists;
-      EXPECT_TRUE(!after || exists == (overlapped && mode >= 3));
-      EXPECT_EQ(std::string(file.path_.toAnsi()), dir_.path("ten"));
+      EXPECT_TRUE(!known || exists == (overlapped && mode >= 3));
+      EXPECT_EQ(std::string(file.path_.toAnsi()), dir_.path("ten")) << "stored, opened or not";
       EXPECT_EQ(file.mode_, kept);
       platform::setLastError(0);  // not "already exists": see OverlappedRecordsAndCompletions
-      EXPECT_EQ(file.Write("AB", 2), mode == 0 || !after ? 0u : overlapped ? 1u : 2u);
-      const bool reads = after != nullptr && !(overlapped && mode == 1);  // 1: write only
+      EXPECT_EQ(file.Write("AB", 2), mode == 0 || !known ? 0u : overlapped ? 1u : 2u);
+      const bool reads = known && !(overlapped && mode == 1);  // 1: write only
       Byte whole;
       platform::setLastError(0);
-      EXPECT_EQ(file.Read(whole), reads ? static_cast<int>(std::strlen(after)) : 0);
+      EXPECT_EQ(file.Read(whole), reads ? static_cast<int>(after.size()) : 0);
       EXPECT_EQ(content(whole), reads ? after : "");
       file.Close();
       EXPECT_TRUE(file.handle_ == nullptr && file.path_.IsEmpty() && file.position_ == 0);
-      EXPECT_EQ(dir_.get("ten"), after ? after : kDigits);
+      EXPECT_EQ(dir_.get("ten"), known ? after : kDigits);
       EXPECT_EQ(file.Open(dir_.text(fresh), mode), creates);
       EXPECT_EQ(std::string(file.path_.toAnsi()), dir_.path(fresh));
       EXPECT_EQ(file.mode_, kept) << "kept when the open fails";
@@ -143,25 +113,24 @@ TEST_F(Files, ShareModesAdmitWhatEveryHolderAndTheOpenerShare) {
   // Overlapped files share reading only, MxFile streams share everything (as the C runtime's
   // do on Windows); every mode but 0 writes. An opener is refused when a holder's share mode
   // refuses its access or its own refuses the holder's; refused, it truncates nothing.
-  for (int holder = 0; holder < 10; ++holder) {
-    for (int opener = 0; opener < 10; ++opener) {  // overlapped in modes 0-4, streams 5-9
-      SCOPED_TRACE(std::to_string(holder) + " holds, " + std::to_string(opener) + " opens");
-      MxAsyncFile files[2];
-      mlib::MxFile streams[2];
-      const auto open = [&](int who, int k) {
-        return who < 5 ? files[k].Open(ten_, who) : streams[k].Open(ten_, who - 5);
-      };
-      dir_.put("ten");
-      ASSERT_TRUE(open(holder, 0));
-      const bool admitted = !(holder < 5 && opener % 5 != 0) && !(opener < 5 && holder % 5 != 0);
-      platform::setLastError(0);
-      EXPECT_EQ(open(opener, 1), admitted);
-      EXPECT_TRUE(admitted || platform::lastError() == platform::kErrorSharingViolation);
-      const bool truncated = holder % 5 == 3 || (admitted && opener % 5 == 3);
-      EXPECT_EQ(dir_.get("ten"), truncated ? "" : kDigits);
-    }
+  for (int pair = 0; pair < 100; ++pair) {
+    const int holder = pair / 10, opener = pair % 10;  // overlapped in modes 0-4, streams 5-9
+    SCOPED_TRACE(std::to_string(holder) + " holds, " + std::to_string(opener) + " opens");
+    MxAsyncFile files[2];
+    MxFile streams[2];
+    const auto open = [&](int who, int k) {
+      return who < 5 ? files[k].Open(ten_, who) : streams[k].Open(ten_, who - 5);
+    };
+    dir_.put("ten");
+    ASSERT_TRUE(open(holder, 0));
+    const bool admitted = !(holder < 5 && opener % 5 != 0) && !(opener < 5 && holder % 5 != 0);
+    platform::setLastError(0);
+    EXPECT_EQ(open(opener, 1), admitted);
+    EXPECT_TRUE(admitted || platform::lastError() == platform::kErrorSharingViolation);
+    const bool truncated = holder % 5 == 3 || (admitted && opener % 5 == 3);
+    EXPECT_EQ(dir_.get("ten"), truncated ? "" : kDigits);
   }
-  mlib::MxFile writers[2];  // every holder counts until it has closed, and only for its file
+  MxFile writers[2];  // every holder counts until it has closed, and only for its file
   MxAsyncFile reader;
   ASSERT_TRUE(writers[0].Open(ten_, 2) && writers[1].Open(ten_, 1));
   ASSERT_TRUE(reader.Open(dir_.put("other"), 2));
@@ -185,12 +154,11 @@ TEST_F(Files, ReadsAndWritesHappenAtThePositionWithoutMovingIt) {
     ASSERT_TRUE(file.Open(dir_.put("ten"), 2));
     EXPECT_EQ(file.position_, overlapped ? kNoSize : 0u) << "the overlapped Open keeps it";
     // An empty path refuses a stream at once, leaving the open one open.
-    EXPECT_TRUE(overlapped || !(file.Open(mlib::String(), 0) || file.Open(mlib::String(""), 0)));
+    EXPECT_TRUE(overlapped || !(file.Open(String(), 0) || file.Open(String(""), 0)));
     file.SeekToBegin();
     Byte out("stale");
     EXPECT_EQ(file.Read(out), 10);
-    EXPECT_EQ(content(out), kDigits);
-    EXPECT_EQ(out.GetBufferLength(), 10) << "exactly the file's length, no terminator slot";
+    EXPECT_EQ(content(out) + storage(out), "01234567890123456789") << "and no terminator slot";
     EXPECT_EQ(file.readAt(4) + file.readAt(4), "01230123") << "Read moved the position";
     EXPECT_TRUE(!overlapped || gReads.back() == Completion(&file, 4, 0));
     ASSERT_TRUE(file.Seek(4));
@@ -212,9 +180,7 @@ TEST_F(Files, ReadsAndWritesHappenAtThePositionWithoutMovingIt) {
     EXPECT_TRUE(atEnd.empty() || (overlapped && atEnd == "<refused>")) << atEnd;
     file.SeekToEnd();
     EXPECT_EQ(file.position_, 10u);
-#if defined(MLIB_TEST_WIN32_BACKEND)
-    platform::setLastError(0);  // the read at the end leaves its code, which refuses a write
-#endif
+    platform::setLastError(0);  // on Windows the read at the end leaves a code refusing writes
     EXPECT_EQ(file.Write(Byte("AB")), two);
     {
       const std::decay_t<decltype(file)> copy(file);
@@ -267,7 +233,7 @@ TEST_F(Files, OverlappedRecordsAndCompletions) {
   ASSERT_TRUE(file.Open(dir_.text("big"), 2)) << "the old handle still holds the file";
   file.SeekToBegin();
   ASSERT_EQ(file.Read(out), 300003);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(out.GetData()) + 299999, 4), "qend");
+  EXPECT_EQ(content(out).substr(299999), "qend");
   ASSERT_TRUE(file.Open(ten_, 0) && file.Seek(5));
   MxAsyncFileWin& base = file;
   {
@@ -289,7 +255,7 @@ TEST_F(Files, OverlappedRecordsAndCompletions) {
   EXPECT_EQ(file.Read(four, 4), 0u) << "write access only";
   EXPECT_EQ(file.readContext_.event, MxAsyncFileWin::IoNone);
   // The next handle (like as not at the old one's address) has its own access.
-  const mlib::String longName = dir_.put(std::string(40, 'n'));
+  const String longName = dir_.put(std::string(40, 'n'));
   platform::setLastError(0);  // the refused read's code would refuse the next request on Windows
   ASSERT_TRUE(file.Open(longName, 0) && file.Read(four, 1) == 1);
   ASSERT_TRUE(file.Open(longName, 2) && file.Write("q", 1) == 1);
@@ -320,16 +286,12 @@ TEST_F(Files, OverlappedRecordsAndCompletions) {
   }
 }
 
-namespace {
-
 // A chain of requests: the callback of level k issues level k + 1, a read (or a write) of one
-// byte at position k + 1 (mod 300), until a request is refused. Levels log k on entry and ~k
-// on leaving; an inner request must have logged its ~ before it returns.
+// byte at position k + 1 (mod 300), until a request is refused. No level is left before the
+// deepest is entered, and a request returns only once every deeper level has been left.
 struct Chain {
   bool write;
-  unsigned wrong;
-  int refusal;
-  std::vector<int> log;
+  int entered, left, wrong, refusal;
 } gChain;
 char gByte = 'b';
 
@@ -339,17 +301,15 @@ unsigned issue(MxAsyncFile& file, unsigned level) {
 }
 
 void onChained(MxAsyncFile& file, unsigned bytes, MxException& error) {
-  const int level = static_cast<int>(gChain.log.size());  // no level has been left yet
-  const unsigned next = static_cast<unsigned>(level) + 1;
-  gChain.log.push_back(level);
-  if (bytes != 1 || error.GetCode() != 0) {
+  const int level = gChain.entered++;
+  if (gChain.left != 0 || bytes != 1 || error.GetCode() != 0) {
     ++gChain.wrong;
-  } else if (issue(file, next) != 1) {
+  } else if (issue(file, level + 1) != 1) {
     gChain.refusal = platform::lastError();
-  } else if (gChain.log.back() != ~static_cast<int>(next)) {
+  } else if (gChain.left != gChain.entered - level - 1) {
     ++gChain.wrong;  // the inner request returned before its callback ran
   }
-  gChain.log.push_back(~level);
+  ++gChain.left;
 }
 
 // Runs `body` with about `room` bytes of the thread's stack still free: a chain through a
@@ -366,16 +326,14 @@ void withStackLeft(std::size_t room, const Body& body) {
   ballast[1] = ballast[0];  // the frame stays until the body has run
 }
 
-}  // namespace
-
 TEST_F(Files, OverlappedRequestsFromCallbacksNestAndReturnAfterTheirOwnCallback) {
   // Reads, then writes, each chain on a thread of its own with 320 KiB of stack left, until a
   // request is refused because the stack is nearly spent (the sanitizer builds' frames are
   // about three times the size of a release build's).
   for (const bool write : {false, true}) {
     SCOPED_TRACE(write ? "writes" : "reads");
-    gChain = {write, 0, -1, {}};
-    const mlib::String path = dir_.put("chain", std::string(300, 'b'));
+    gChain = {write, 0, 0, 0, -1};
+    const String path = dir_.put("chain", std::string(300, 'b'));
     unsigned first = 0;
     std::thread([&] {
       AsyncProbe file;
@@ -384,12 +342,12 @@ TEST_F(Files, OverlappedRequestsFromCallbacksNestAndReturnAfterTheirOwnCallback)
       if (file.Open(path, 2)) withStackLeft(320 * 1024, [&] { first = issue(file, 0); });
     }).join();
     EXPECT_EQ(first, 1u);
-    const int levels = static_cast<int>(gChain.log.size() / 2);
-    std::vector<int> nested;
-    for (int k = 0; k < 2 * levels; ++k) nested.push_back(k < levels ? k : ~(2 * levels - 1 - k));
-    EXPECT_EQ(gChain.log, nested) << "levels entered 0, 1, ... and left in reverse";
-    EXPECT_EQ(gChain.wrong, 0u);
+    EXPECT_EQ(gChain.wrong, 0);
+    EXPECT_EQ(gChain.left, gChain.entered);
     EXPECT_EQ(gChain.refusal, platform::kErrorStackOverflow);
-    EXPECT_GT(levels, 100);
+    EXPECT_GT(gChain.entered, 100);
   }
 }
+
+}  // namespace
+}  // namespace mlib::test

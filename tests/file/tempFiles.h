@@ -1,5 +1,5 @@
-// A fresh temporary folder for one test, removed with its files afterwards; they are written
-// and read with plain C++ streams, not the classes under test.
+// A fresh temporary folder for one test, removed with its files afterwards; the files are
+// written and read with plain C++ streams, not the classes under test.
 #ifndef MLIB_TESTS_FILE_TEMPFILES_H
 #define MLIB_TESTS_FILE_TEMPFILES_H
 
@@ -16,10 +16,10 @@ namespace mlib::test {
 
 constexpr const char kDigits[] = "0123456789";
 
+// Named by a random draw and a counter, never an existing folder: programs running in parallel
+// (natively and under Wine, which share the temporary folder) must not meet.
 class TempFolder {
  public:
-  // A random draw and a counter, and never a folder that exists: programs run in parallel
-  // (natively and under Wine, which share the temporary folder) must not meet.
   TempFolder() {
     static std::atomic<unsigned> counter{0};
     std::random_device random;
@@ -29,18 +29,16 @@ class TempFolder {
     } while (!std::filesystem::create_directory(root_));
   }
   ~TempFolder() { std::filesystem::remove_all(root_, ignored_); }
-  // Paths inside the folder are plain ASCII (so ANSI and UTF-8 alike).
+  // Paths inside are plain ASCII (ANSI and UTF-8 alike); put returns one.
   std::string path(const std::string& name) const { return (root_ / name).string(); }
   String text(const std::string& name) const { return String(path(name).c_str()); }
-  // Makes `name` hold `bytes`; returns its path.
   String put(const std::string& name, const std::string& bytes = kDigits) const {
     std::ofstream(path(name), std::ios::binary | std::ios::trunc) << bytes;
     return text(name);
   }
-  // What `name` holds; "<missing>" when there is no such file.
   std::string get(const std::string& name) const {
     std::ifstream in(path(name), std::ios::binary);
-    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<missing>";
+    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<missing>";  // no file
   }
 
  private:
