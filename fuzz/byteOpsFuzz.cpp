@@ -1,8 +1,5 @@
-// Byte scripts read from the input, through the driver the unit test runs on seeded random
-// numbers: every step against the model of the growth rules.
+// Byte scripts read from the input through the unit test's driver: every step against the model.
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
 
 #include "../tests/byte/byteOps.h"

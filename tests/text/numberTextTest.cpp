@@ -1,7 +1,5 @@
-// The number and byte text helpers of <mlib/text.h> against references written in the test: number
-// text against the C library on seeded values, Power and Divide against exact integer arithmetic,
-// hex text and the hashes against their rules written out plainly, QuickSort against a literal
-// transcription of its steps; and the two process queries.
+// <mlib/text.h>'s number, hex, hash, sort and process helpers against references written here:
+// the C library on seeded values, exact integer arithmetic, the rules written out plainly.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
@@ -14,9 +12,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <limits>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "text/ansiCodePageScope.h"
@@ -42,7 +40,7 @@ void expectPlaced(const std::string& text, int room, bool nullWithoutRoom,
 // QuickSort's steps transcribed literally: from the same seed, the library must leave the same
 // array and make the same number of rand() draws (so the next rand() agrees).
 void modelSort(std::vector<int>& a, int lo, int hi) {
-  for (; hi > lo;) {
+  while (hi > lo) {
     const int pivot = a[lo + (std::rand() % 32768) % (hi - lo + 1)];
     int i = lo, j = hi;
     while (i <= j) {
@@ -101,8 +99,7 @@ void expectPlainHashes(const std::string& text) {
     a ^= ((a & 63u) + k) * static_cast<unsigned char>(c) + (a << 8);
     k += 3;
     b = (b << 4) + s;
-    const std::uint32_t x = b & 0xF0000000u;
-    if (x != 0) b = b ^ (x >> 24) ^ x;
+    b ^= (b >> 28 << 28) ^ (b >> 28 << 4);  // the top nibble folded in and cleared
   }
   EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCode(text.c_str())), h & 0x7FFFFFFFu);
   EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeA(text.c_str())), a);
@@ -140,14 +137,12 @@ TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
 TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
   std::mt19937 rng(11);
   const std::string alphabet = "0123456789 \t\r\x01-+.eE,0123456789";
+  const std::string nearLimits[] = {"214748364", "922337203685477580"};  // a digit away from them
   for (int round = 0; round < 6000; ++round) {
     std::string text;
     for (unsigned n = rng() % 24; n > 0; --n) text += alphabet[rng() % alphabet.size()];
-    if (round < 40) {  // a digit away from the limits
-      text = (round % 2 ? "-" : "") +
-             std::string(round % 4 < 2 ? "214748364" : "922337203685477580") +
-             std::to_string(round % 10);
-    }
+    if (round < 40)
+      text = (round % 2 ? "-" : "") + nearLimits[round % 4 / 2] + char('0' + round % 10);
     const WideString wide(text.begin(), text.end());
     const long long want = std::strtoll(text.c_str(), nullptr, 10);
     EXPECT_EQ(ATOI(wide.c_str()), std::clamp<long long>(want, INT_MIN, INT_MAX)) << text;
@@ -155,7 +150,7 @@ TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
     EXPECT_EQ(ATOF(wide.c_str()), std::strtod(text.c_str(), nullptr)) << text;
   }
   EXPECT_EQ(ATOF(MLIB_T("0x10")) + ATOF(MLIB_T("inf")) + ATOF(MLIB_T("1e-400")), 0.0);
-  EXPECT_EQ(ATOF(MLIB_T("-1e400")), -std::numeric_limits<double>::infinity());
+  EXPECT_EQ(ATOF(MLIB_T("-1e400")), -HUGE_VAL);
   EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr) + ATOF(nullptr), 0);
   // Only 511 bytes are read: the second digit lies beyond them.
   EXPECT_EQ(ATOI((WideString(510, ' ') + MLIB_T("12")).c_str()), 1);
@@ -165,21 +160,16 @@ TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
 }
 
 TEST(NumberText, DigitTests) {
-  const struct {
-    const WideChar* text;
-    bool want;
-  } rows[] = {{MLIB_T("12.5"), true}, {MLIB_T("007"), true},    {MLIB_T("12."), false},
-              {MLIB_T(".5"), false},  {MLIB_T("1.2.3"), false}, {MLIB_T("-1"), false},
-              {MLIB_T(""), false},    {MLIB_T("1e5"), false},   {MLIB_T("\uFF11"), false}};
-  for (const auto& r : rows) {
-    EXPECT_EQ(IsNumber(r.text), r.want) << testing::PrintToString(WideString(r.text));
+  for (const WideChar* t : {MLIB_T("12.5"), MLIB_T("007")})
+    EXPECT_TRUE(IsNumber(t)) << testing::PrintToString(t);
+  for (const WideChar* t : {MLIB_T("12."), MLIB_T(".5"), MLIB_T("1.2.3"), MLIB_T("-1"), MLIB_T(""),
+                            MLIB_T("1e5"), MLIB_T("\uFF11")}) {
+    EXPECT_FALSE(IsNumber(t)) << testing::PrintToString(t);
   }
   EXPECT_FALSE(IsNumber(nullptr));
-  const WideString digits = MLIB_T("0123456789ABCDEFabcdef");
   for (unsigned c = 0; c <= 0xFFFF; ++c) {  // every unit: the 22 digits, and 0 for all others
-    const std::size_t i = digits.find(static_cast<WideChar>(c));
-    EXPECT_EQ(HexCharToDecimal(static_cast<WideChar>(c)), i > 21 ? 0 : int(i < 16 ? i : i - 6))
-        << c;
+    const std::size_t i = kDigits.find(static_cast<WideChar>(c));
+    EXPECT_EQ(HexCharToDecimal(WideChar(c)), i > 21 ? 0 : int(i < 16 ? i : i - 6)) << c;
   }
 }
 
@@ -193,24 +183,22 @@ TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
       EXPECT_EQ(Power(base, exponent), want) << base << "^" << exponent;
     }
   }
-  for (long long a = -30; a <= 30; ++a) {
-    for (long long b = -12; b <= 12; ++b) {
-      const long long magnitude =
-          b == 0 ? 0 : (2 * std::llabs(a) + std::llabs(b)) / (2 * std::llabs(b));
+  for (int a = -30; a <= 30; ++a) {
+    for (int b = -12; b <= 12; ++b) {
+      const int magnitude = b == 0 ? 0 : (2 * std::abs(a) + std::abs(b)) / (2 * std::abs(b));
       EXPECT_EQ(Divide(a, b), (a < 0) != (b < 0) ? -magnitude : magnitude) << a << " / " << b;
     }
   }
-  const struct {
-    long long got, want;
-  } rows[] = {{Power(3, 39), 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
-              {Power(-2, 63), LLONG_MIN},             // exactly -2^63
-              {Power(2, 63), LLONG_MIN},              // beyond the range: the indefinite value
-              {Power(10, INT_MAX), LLONG_MIN},
-              {Power(-1, INT_MAX), -1},  // answered without running the exponent out
-              {Divide(LLONG_MIN, 1), LLONG_MIN},
-              {Divide(LLONG_MAX, 1), LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
-              {Divide(LLONG_MIN, -1), LLONG_MIN + 1}};
-  for (const auto& r : rows) EXPECT_EQ(r.got, r.want) << "row " << &r - rows;
+  const long long rows[][2] = {
+      {Power(3, 39), 4052555153018976256LL},  // 3^39 ends in ...267: the double's rounding
+      {Power(-2, 63), LLONG_MIN},             // exactly -2^63
+      {Power(2, 63), LLONG_MIN},              // beyond the range: the indefinite value
+      {Power(10, INT_MAX), LLONG_MIN},
+      {Power(-1, INT_MAX), -1},  // answered without running the exponent out
+      {Divide(LLONG_MIN, 1), LLONG_MIN},
+      {Divide(LLONG_MAX, 1), LLONG_MIN + 1},  // 2^63 as a double: indefinite, then rounded
+      {Divide(LLONG_MIN, -1), LLONG_MIN + 1}};
+  for (const auto& r : rows) EXPECT_EQ(r[0], r[1]) << "row " << &r - rows;
 }
 
 TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
@@ -226,21 +214,17 @@ TEST(ProcessQueries, CurrentPathIsTheFolderOfThisProgram) {
     WideString want = text.substr(0, static_cast<std::size_t>(capacity) - 1);
     const std::size_t cut = want.find_last_of(text.back());
     if (cut != WideString::npos) want.resize(cut + 1);  // without a separator it stays whole
+    want.resize(static_cast<std::size_t>(capacity), 0);
     WideString dst(static_cast<std::size_t>(capacity) + 1, '~');
     ASSERT_EQ(GetCurrentPath(&dst[0], capacity), &dst[0]);
-    EXPECT_EQ(dst,
-              want + WideString(static_cast<std::size_t>(capacity) - want.size(), 0) + MLIB_T("~"))
-        << "capacity " << capacity;
+    EXPECT_EQ(dst, want + MLIB_T("~")) << "capacity " << capacity;
   }
   EXPECT_EQ(GetCurrentPath(nullptr, 16), nullptr);
-  folder[0] = '~';
-  EXPECT_EQ(GetCurrentPath(folder, 0),
-            folder);  // nothing to fill: the destination back
-  EXPECT_EQ(folder[0], '~');
+  folder[0] = '~';  // nothing to fill: the destination back, untouched
+  EXPECT_TRUE(GetCurrentPath(folder, 0) == folder && folder[0] == '~');
   std::ifstream meminfo("/proc/meminfo");  // where readable, the kernel's total bounds it
   double totalKiB = 1e12;
-  for (std::string key; meminfo >> key && key != "MemTotal:";) {
-  }
+  for (std::string key; meminfo >> key && key != "MemTotal:";) continue;
   meminfo >> totalKiB;
   EXPECT_TRUE(GetMemory() > 0.0f && GetMemory() <= totalKiB / 1024.0);  // mebibytes in use
 }
@@ -297,10 +281,8 @@ TEST(HexText, RenderingStopsAtTheRoom) {
               ByteToHex(all.data(), 2, nullptr, 2, false) == nullptr && narrowDst[0] == '~');
 }
 
-// Long texts go 16 units at a time while they are unbroken digits: texts of digits with now
-// and then a character next to a digit's range (or a unit whose low byte is a digit), at
-// every length, room (none and -1 first) and start. Digits after the terminator, and none
-// before the text, show a walk or a measure that strays from the text.
+// Digits with now and then a unit next to a digit's range (or whose low byte is one), at every
+// length, room and start; digits after the terminator show a walk that strays past the text.
 TEST(HexText, ParsingPairsDigitsAndSkipsEverythingElse) {
   unsigned char cleared[2] = {7, 7};
   EXPECT_EQ(HexStringToByte(nullptr, cleared, 2), 0);
@@ -328,14 +310,12 @@ TEST(HexText, ParsingPairsDigitsAndSkipsEverythingElse) {
   }
 }
 
-// Random texts (bytes 1 to 255) at every length from every start within a
-// block, and long ones: the hashes work through long texts in blocks.
+// Random texts (bytes 1 to 255) at every length from every start within a block, and long ones.
 TEST(Hash, HashesFollowTheRules) {
   EXPECT_EQ(GetStringHashCode(nullptr) & GetStringHashCodeA(nullptr) & GetStringHashCodeB(nullptr) &
                 GetStringHashCodeT(nullptr),
             -1);
-  EXPECT_EQ(GetStringHashCodeA("a"),
-            740);  // the rule's one value worked out by hand
+  EXPECT_EQ(GetStringHashCodeA("a"), 740);  // the rule's one value worked out by hand
   std::mt19937 generator(2026);
   std::string text((1u << 20) + 37, ' ');
   for (char& c : text) c = static_cast<char>(1 + generator() % 255);
@@ -343,13 +323,10 @@ TEST(Hash, HashesFollowTheRules) {
     SCOPED_TRACE(length);
     expectPlainHashes(text.substr(length % 64, length));
   }
-  for (const std::string& t :
-       {text, std::string(1u << 20, '\xFF'), std::string(1u << 20, '\x7F')}) {
-    expectPlainHashes(t);
-  }
-  // The wide hash hashes the ANSI form, cut to one byte of room per character.
-  // ASCII text hashes as its bytes, from every start within 64 units and at
-  // many lengths (the length is scanned 64 and 128 bytes at a time).
+  expectPlainHashes(text);
+  for (const char fill : {'\xFF', '\x7F'}) expectPlainHashes(std::string(1u << 20, fill));
+  // The wide hash hashes the ANSI form, cut to a byte of room per character: ASCII as its bytes,
+  // from every start within 64 units and at many lengths (scanned 64 and 128 bytes at a time).
   std::string ascii(700, 'q');
   for (std::size_t i = 0; i < ascii.size(); i += 7) ascii[i] = static_cast<char>('a' + i % 26);
   for (std::size_t start = 0; start < 64; ++start) {
@@ -360,19 +337,15 @@ TEST(Hash, HashesFollowTheRules) {
           << start << ", " << length;
     }
   }
-  const struct {
-    unsigned page;
-    WideString text;
-    std::string ansi;
-  } rows[] = {{1252, MLIB_T("\u00E9"), "\xE9"},
-              {936, MLIB_T("\u4E2D\u6587"), "\xD6\xD0"},  // two bytes of room: the first fits
-              {936, MLIB_T("\u4E2D"), ""},
-              {65001, MLIB_T("\u00E9\u4E2D"), "\xC3\xA9"},  // three bytes of room, two of text
-              {65001, MLIB_T("\u4E2D\u6587"), ""}};
-  for (const auto& r : rows) {
-    AnsiCodePageScope scope(r.page);
+  const std::tuple<unsigned, const WideChar*, const char*> rows[] = {
+      {1252, MLIB_T("\u00E9"), "\xE9"},
+      {936, MLIB_T("\u4E2D\u6587"), "\xD6\xD0"},  // two bytes of room: the first fits
+      {936, MLIB_T("\u4E2D"), ""},
+      {65001, MLIB_T("\u00E9\u4E2D"), "\xC3\xA9"},  // three bytes of room, two of text
+      {65001, MLIB_T("\u4E2D\u6587"), ""}};
+  for (const auto& [page, wide, ansi] : rows) {
+    AnsiCodePageScope scope(page);
     if (!scope.active) continue;
-    EXPECT_EQ(GetStringHashCodeT(r.text.c_str()), GetStringHashCode(r.ansi.c_str()))
-        << r.page << ": " << r.ansi;
+    EXPECT_EQ(GetStringHashCodeT(wide), GetStringHashCode(ansi)) << page << ": " << ansi;
   }
 }
