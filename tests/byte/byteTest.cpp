@@ -69,8 +69,7 @@ TEST(Byte, CopiesMovesIdentityAndCountsOutOfRange) {
   Byte moved(std::move(b));
   EXPECT_EQ(b.GetData(), nullptr);  // NOLINT(bugprone-use-after-move)
   source = std::move(moved);        // its own storage released
-  EXPECT_TRUE(source.GetData() == at &&
-              storage(source) == std::string("abc") + std::string(61, '\0'));
+  EXPECT_TRUE(source.GetData() == at && storage(source) == std::string("abc").append(61, '\0'));
   Byte c("abc");
   const auto* q = reinterpret_cast<const unsigned char*>("q");
   c.SetData(q, -2);
