@@ -9,8 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzInput in{data, size};
   const bool zeros = in.next() % 2 != 0;
   const int steps = static_cast<int>(std::min<std::size_t>(size / 4 + 1, 64));
-  const std::string failure =
-      mlib::test::runByteScript([&] { return unsigned{in.next()}; }, steps, zeros);
+  const std::string failure = mlib::test::runByteScript([&] { return in.next(); }, steps, zeros);
   if (!failure.empty()) {
     std::fprintf(stderr, "%s\n", failure.c_str());
     __builtin_trap();

@@ -13,8 +13,7 @@ namespace {
 
 using Wide = mlib::WideChar;
 
-// Traps unless write() left everything past `room` elements as it was (and, when asked, the
-// room ends in 0).
+// Traps unless write() left all past `room` elements as they were (and, if asked, ended in 0).
 template <typename T, typename Write>
 void checkInside(std::size_t room, bool terminated, Write write) {
   std::vector<T> buffer(room * 3 + 8, static_cast<T>(0x5A5A));

@@ -15,9 +15,7 @@ inline std::string storage(const Byte& b) {
   return data == nullptr ? "" : std::string(data, static_cast<std::size_t>(b.GetBufferLength()));
 }
 
-inline std::string content(const Byte& b) {
-  return storage(b).substr(0, static_cast<std::size_t>(b.GetLength()));
-}
+inline std::string content(const Byte& b) { return storage(b).substr(0, b.GetLength()); }
 
 inline Byte bytesOf(const std::string& s) {
   Byte b;

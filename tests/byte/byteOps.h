@@ -47,9 +47,7 @@ struct ByteModel {
   void appendData(const std::string& added, int count) {
     if (count > 0) append(added.substr(0, static_cast<std::size_t>(count)), 1);
   }
-  void allocBuffer(int size) {
-    if (size > 0) *this = ByteModel{std::string(static_cast<std::size_t>(size), '\0'), 0};
-  }
+  void allocBuffer(int size) { *this = size > 0 ? ByteModel{std::string(size, '\0'), 0} : *this; }
   void increaseSize(int size) {
     if (size > 0) bytes = text() + std::string(bytes.size() + size - length, '\0');
   }
@@ -77,8 +75,7 @@ struct ByteModel {
   }
 };
 
-// One step on b and its model m, with random bytes `in`, a count or size n, a null source
-// only where the count leaves the storage as it is, and a free random number.
+// One step on b and model m: random bytes `in`, a count n, a free number, maybe a null source.
 struct ByteStep {
   Byte& b;
   ByteModel& m;
@@ -147,8 +144,7 @@ const std::pair<const char*, void (*)(ByteStep&)> kByteSteps[] = {
     {"Clear", [](auto& o) { o.b.Clear(), o.m = ByteModel(); }},
 };
 
-// Runs `steps` steps picked by `next`: texts of up to twelve bytes of blanks, letters and,
-// when `zeros`, zero bytes; counts and sizes from -1 to 12.
+// `steps` steps picked by `next`: up to 12 bytes of " ab" (and zeros), counts from -1 to 12.
 inline std::string runByteScript(const std::function<unsigned()>& next, int steps, bool zeros) {
   Byte b;
   ByteModel m;
@@ -160,7 +156,6 @@ inline std::string runByteScript(const std::function<unsigned()>& next, int step
     const auto& [name, run] = kByteSteps[m.length > 200 ? 0 : next() % std::size(kByteSteps)];
     trail += name + ("(" + std::to_string(o.in.size()) + "," + std::to_string(o.n) + ") ");
     run(o);
-    // Every accessor against the model.
     o.expect((b.GetData() != nullptr) == m.has() && storage(b) == m.bytes, "storage");
     o.expect(b.GetLength() == m.length, "length");
     o.expect(b.IsEmpty() == (m.length == 0) && b.IsBufferFull() == (m.length >= m.capacity() - 1),

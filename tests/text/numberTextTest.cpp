@@ -25,8 +25,7 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-// `place` on room + 8 '~' leaves the text cut to room - 1, then zeros up to the room, and
-// returns the destination (null for no room where `nullWithoutRoom`).
+// `place` on room + 8 '~' leaves text cut to room - 1, zeros to the room; gives dst (or null).
 template <typename C = WideChar, typename Text, typename Place>
 void expectPlaced(const Text& text, int room, bool nullWithoutRoom, Place place) {
   std::basic_string<C> dst(static_cast<std::size_t>(room) + 8, '~');
@@ -36,8 +35,7 @@ void expectPlaced(const Text& text, int room, bool nullWithoutRoom, Place place)
   EXPECT_EQ(dst, want + std::basic_string<C>(8, '~')) << "room " << room;
 }
 
-// QuickSort's steps transcribed literally: from the same seed, the library must leave the same
-// array and make the same number of rand() draws (so the next rand() agrees).
+// QuickSort's steps transcribed literally: the same array and the same rand() draws must result.
 void modelSort(std::vector<int>& a, int lo, int hi) {
   while (hi > lo) {
     const int pivot = a[lo + (std::rand() % 32768) % (hi - lo + 1)];
@@ -55,8 +53,7 @@ void modelSort(std::vector<int>& a, int lo, int hi) {
 
 const WideString kDigits = MLIB_T("0123456789ABCDEFabcdef");
 
-// One digit at a time: a digit needs a slot besides the terminator's, a space one slot more; the
-// narrow form (`whole`) writes whole pieces ("0A" or "0A ") only.
+// A digit needs a slot besides the terminator's, a space one more; `whole`: "0A"/"0A " pieces only.
 std::string plainHex(const Bytes& bytes, std::size_t room, bool spaced, bool whole) {
   std::string out;
   for (const unsigned char b : bytes) {
@@ -71,8 +68,7 @@ std::string plainHex(const Bytes& bytes, std::size_t room, bool spaced, bool who
   return out;
 }
 
-// Digit pairs make bytes, anything else is skipped, a full output ends the walk, a lone last digit
-// is a byte of its own. Gives the output as written into room + 8 bytes of 0xEE.
+// Digit pairs make bytes, others are skipped, a lone last digit is a byte; into room + 8 x 0xEE.
 Bytes plainParse(const WideString& text, int capacity, int& written) {
   Bytes out;
   int pending = -1;
@@ -100,16 +96,14 @@ void expectPlainHashes(const std::string& text) {
     b = (b << 4) + s;
     b ^= (b >> 28 << 28) ^ (b >> 28 << 4);  // the top nibble folded in and cleared
   }
-  EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCode(text.c_str())), h & 0x7FFFFFFFu)
-      << text.size();
+  EXPECT_EQ(GetStringHashCode(text.c_str()), static_cast<int>(h & 0x7FFFFFFFu)) << text.size();
   EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeA(text.c_str())), a) << text.size();
   EXPECT_EQ(static_cast<std::uint32_t>(GetStringHashCodeB(text.c_str())), b) << text.size();
 }
 
 }  // namespace
 
-// A host may switch the C library to a locale whose decimal point is a comma; where one is
-// installed, the library runs under it and must still write a full stop.
+// Under a host's comma-decimal C locale (where installed) the library still writes a full stop.
 TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
   if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) (void)std::setlocale(LC_ALL, "German");
   std::mt19937_64 rng(7);
@@ -131,8 +125,7 @@ TEST(NumberText, RenderingMatchesTheCLibraryAndCutsToTheRoom) {
   EXPECT_TRUE(ITOA(1, 0, nullptr, 4) == nullptr && FTOA(1.0, nullptr, 4) == nullptr);
 }
 
-// Texts of the pieces numbers are made of against strtoll (atoi saturates at the int range),
-// strtod and the pattern of IsNumber; hexadecimal and named values are not read.
+// Texts of number pieces against strtoll (ATOI saturates), strtod and IsNumber's pattern.
 TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
   std::mt19937 rng(11);
   const std::regex number("[0-9]+(\\.[0-9]+)?");
@@ -150,6 +143,7 @@ TEST(NumberText, ParsingMatchesTheCLibraryInDecimalNotation) {
     EXPECT_EQ(ATOF(wide.c_str()), std::strtod(text.c_str(), nullptr)) << text;
     EXPECT_EQ(IsNumber(wide.c_str()), std::regex_match(text, number)) << text;
   }
+  // Hexadecimal and named values are not read.
   EXPECT_EQ(ATOF(MLIB_T("0x10")) + ATOF(MLIB_T("inf")) + ATOF(MLIB_T("1e-400")), 0.0);
   EXPECT_EQ(ATOF(MLIB_T("-1e400")), -HUGE_VAL);
   EXPECT_EQ(ATOI(nullptr) + ATOI64(nullptr) + ATOF(nullptr), 0);
@@ -168,8 +162,7 @@ TEST(NumberText, DigitTests) {
   }
 }
 
-// Small operands against exact integer arithmetic (halves away from zero), then the rows where the
-// double's rounding or range shows; those were worked out separately.
+// Exact integer arithmetic (halves away from zero), then rows where the double's rounding shows.
 TEST(Arithmetic, PowerMultipliesInDoublePrecisionAndDivideRoundsHalvesAway) {
   for (int base = -6; base <= 6; ++base) {
     long long want = base;  // exponents <= 1 give the base
@@ -242,8 +235,7 @@ TEST(QuickSort, FollowsItsStepsDrawForDraw) {
   QuickSort(nullptr, 0, 5);
 }
 
-// Every count up to 80 bytes (digits go 16 bytes at a time) and rooms around the blocks' edges,
-// spaced or not: the rule's text, zeros up to the room, nothing written beyond it.
+// Every count up to 80 bytes (digits go 16 bytes at a time), rooms around the blocks' edges.
 TEST(HexText, RenderingStopsAtTheRoom) {
   Bytes all(80);
   for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<unsigned char>(i * 37 + 11);
@@ -268,12 +260,11 @@ TEST(HexText, RenderingStopsAtTheRoom) {
               ByteToHex(all.data(), 2, nullptr, 2, false) == nullptr && narrowDst[0] == '~');
 }
 
-// Digits with now and then a unit next to a digit's range (or whose low byte is one), at every
-// length, room and start; digits after the terminator show a walk that strays past the text.
+// Digits and now and then a unit next to a digit's range (or whose low byte is one); digits after
+// the terminator show a walk that strays past the text.
 TEST(HexText, ParsingPairsDigitsAndSkipsEverythingElse) {
   unsigned char cleared[2] = {7, 7};
-  EXPECT_EQ(HexStringToByte(nullptr, cleared, 2), 0);
-  EXPECT_EQ(cleared[0], 0) << "the output is cleared before the null text is noticed";
+  EXPECT_TRUE(HexStringToByte(nullptr, cleared, 2) == 0 && cleared[0] == 0) << "cleared first";
   EXPECT_EQ(HexStringToByte(MLIB_T("AB"), nullptr, 2), 0);
   std::mt19937 generator(99);
   const WideString strangers = MLIB_T("/:@G`g x\u0130\u0141\uFF10");
@@ -309,8 +300,7 @@ TEST(Hash, HashesFollowTheRules) {
     expectPlainHashes(text.substr(length % 64, length));
   expectPlainHashes(text);
   for (const char fill : {'\xFF', '\x7F'}) expectPlainHashes(std::string(1u << 20, fill));
-  // The wide hash hashes the ANSI form, cut to a byte of room per character: ASCII as its bytes,
-  // from every start within 64 units and at many lengths (scanned 64 and 128 bytes at a time).
+  // The wide hash hashes the ANSI form (a byte of room per character); ASCII at every alignment.
   std::string ascii(700, 'q');
   for (std::size_t i = 0; i < ascii.size(); i += 7) ascii[i] = static_cast<char>('a' + i % 26);
   for (std::size_t start = 0; start < 64; ++start) {
