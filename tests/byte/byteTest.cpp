@@ -1,22 +1,18 @@
 // Byte against the model of its growth rules on seeded scripts, plus what the model leaves out:
 // copies, moves, odd counts, the index error, conversions beyond ASCII, failed allocations.
 #include <gtest/gtest.h>
-#include <mlib/byte.h>
-#include <mlib/exceptions.h>
 #include <mlib/text.h>
 
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <new>
 #include <random>
 #include <sstream>
-#include <string>
 #include <utility>
 
-#include "byte/byteOps.h"
+#include "byte/byteOps.h"  // Byte, its exceptions, <functional> and <string>
 #include "text/ansiCodePageScope.h"
 
 static bool gFailNext = false;  // the next allocation throws
