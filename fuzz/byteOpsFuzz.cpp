@@ -1,8 +1,5 @@
-// Byte scripts read from the input, through the driver the unit test runs on seeded random
-// numbers: every step against the model of the growth rules.
+// Byte scripts read from the input through the unit test's driver: every step against the model.
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
 
 #include "../tests/byte/byteOps.h"
@@ -12,8 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzInput in{data, size};
   const bool zeros = in.next() % 2 != 0;
   const int steps = static_cast<int>(std::min<std::size_t>(size / 4 + 1, 64));
-  const std::string failure =
-      mlib::test::runByteScript([&] { return unsigned{in.next()}; }, steps, zeros);
+  const std::string failure = mlib::test::runByteScript([&] { return in.next(); }, steps, zeros);
   if (!failure.empty()) {
     std::fprintf(stderr, "%s\n", failure.c_str());
     __builtin_trap();

@@ -6,12 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace {
 
-// Traps unless write() left everything past `room` elements as it was (and, when asked, the
-// room ends in 0).
+using Wide = mlib::WideChar;
+
+// Traps unless write() left all past `room` elements as they were (and, if asked, ended in 0).
 template <typename T, typename Write>
 void checkInside(std::size_t room, bool terminated, Write write) {
   std::vector<T> buffer(room * 3 + 8, static_cast<T>(0x5A5A));
@@ -31,14 +33,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool spaced = (data[1] & 1) != 0;
   data += 2;
   size -= 2;
-  std::vector<char> narrow(data, data + size);
-  narrow.push_back('\0');
-  std::vector<mlib::WideChar> wide(size / 2 + 1, 0);
-  if (size >= 2) std::memcpy(wide.data(), data, (size / 2) * sizeof(mlib::WideChar));
-  const char* n = narrow.data();
-  const mlib::WideChar* w = wide.data();
+  const std::string narrow(reinterpret_cast<const char*>(data), size);
+  std::vector<Wide> wide(size / 2 + 1, 0);
+  std::memcpy(wide.data(), data, size / 2 * sizeof(Wide));
+  const char* n = narrow.c_str();
+  const Wide* w = wide.data();
   const auto room = static_cast<std::size_t>(capacity);
-  using Wide = mlib::WideChar;
   checkInside<Wide>(room, true, [&](Wide* out) { ANSIToWide(out, n, capacity); });
   checkInside<char>(room, true, [&](char* out) { WideToANSI(out, w, capacity); });
   checkInside<Wide>(room, false, [&](Wide* out) { Utf8ToWide(out, n, capacity); });
@@ -56,10 +56,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   checkInside<Wide>(room, false, [&](Wide* out) {
     ByteToHexString(data, static_cast<int>(size), out, static_cast<unsigned>(capacity), spaced);
   });
-  (void)ATOI(w);
-  (void)ATOI64(w);
-  (void)ATOF(w);
-  (void)IsNumber(w);
-  (void)GetStringHashCodeT(w);
+  (void)(ATOI(w) + ATOI64(w) + ATOF(w) + IsNumber(w) + GetStringHashCodeT(w));
   return 0;
 }

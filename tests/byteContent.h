@@ -1,5 +1,5 @@
-// Test helper: a Byte's content or its whole storage as a std::string (empty for a Byte
-// without storage), and a Byte holding given bytes, so that checks compare plain strings.
+// Test helper: a Byte's content or whole storage as a std::string (empty without storage), and a
+// Byte holding given bytes, so that checks compare plain strings.
 #ifndef MLIB_TESTS_BYTECONTENT_H
 #define MLIB_TESTS_BYTECONTENT_H
 
@@ -11,14 +11,11 @@
 namespace mlib::test {
 
 inline std::string storage(const Byte& b) {
-  if (b.GetData() == nullptr) return {};
-  return std::string(reinterpret_cast<const char*>(b.GetData()),
-                     static_cast<std::size_t>(b.GetBufferLength()));
+  const auto* data = reinterpret_cast<const char*>(b.GetData());
+  return data == nullptr ? "" : std::string(data, static_cast<std::size_t>(b.GetBufferLength()));
 }
 
-inline std::string content(const Byte& b) {
-  return storage(b).substr(0, static_cast<std::size_t>(b.GetLength()));
-}
+inline std::string content(const Byte& b) { return storage(b).substr(0, b.GetLength()); }
 
 inline Byte bytesOf(const std::string& s) {
   Byte b;

@@ -1,6 +1,5 @@
-// QuickSort whatever pivots rand() gives: a host's rand() that answers 0 every time makes
-// every pivot the first element of its range, which the sort's steps would meet with
-// thousands of nested calls. The sort must stay right and keep the machine stack flat.
+// A host's rand() that answers 0 makes every pivot the first element of its range, which the
+// sort's steps would meet with thousands of nested calls: the sort must stay right and flat.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
@@ -10,8 +9,7 @@
 
 static std::uintptr_t lowestFrame = UINTPTR_MAX, highestFrame = 0;
 
-// Replaces the C library's rand() for this program, the library's QuickSort included; the
-// spread of the addresses it is called at is the depth of the sort's nesting.
+// This program's rand(), QuickSort's included: the spread of its frames is the sort's nesting.
 extern "C" int rand() noexcept {
   int marker = 0;
   lowestFrame = std::min(lowestFrame, reinterpret_cast<std::uintptr_t>(&marker));
@@ -30,9 +28,8 @@ TEST(QuickSortDepth, StaysFlatAndRightWhenEveryPivotIsTheFirstElement) {
     inputs[2][i] = i % 2 == 0 ? i : kCount - i;
   }
   inputs[3][0] = kCount - 2;
-  for (int at = kCount - 1; at > 0; at -= 3) {
+  for (int at = kCount - 1; at > 0; at -= 3)
     inputs[3][at] = at, inputs[3][at - 1] = at + 1, inputs[3][at - 2] = at - 4;
-  }
   for (std::vector<int>& input : inputs) {
     std::vector<int> want = input;
     std::sort(want.begin(), want.end());
