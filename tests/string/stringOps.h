@@ -220,9 +220,8 @@ const std::pair<const char*, void (*)(Op&)> kOps[] = {
        o.s.ReleaseBuffer();
        dirtyTheHeap(t.size() + 1);
        o.s = wide(t);
-       if (!t.empty()) o.s[static_cast<unsigned>(t.size())] = u'Z';
        o.m = StringModel{StringModel::exact(t), false};
-       if (!t.empty()) o.m.units.back() = u'Z';
+       if (!t.empty()) o.s[static_cast<unsigned>(t.size())] = o.m.units.back() = u'Z';
      }},
     {"copies, sums and equality",  // new strings of exact size; the string itself stays
      [](Op& o) {
