@@ -1,5 +1,4 @@
-// String scripts read from the input, through the driver the unit test runs on seeded random
-// numbers (tests/string/stringOps.h).
+// String scripts read from the input, through the driver of tests/string/stringOps.h.
 #include <algorithm>
 #include <cstdio>
 

@@ -1,9 +1,6 @@
-// One driver of String scripts for the unit test (seeded random numbers) and the fuzz target
-// (its input): each step is checked against a model of the storage rules (every unit of the
-// buffer, whether an ANSI buffer is held), and every read of the string, as the string and as
-// the argument, against the same read of a terminated copy. Steps write units anywhere, the
-// last slot included: without a terminator a String reads as its whole capacity, and its block
-// is made over dirty memory so that a scan past it would pick up text.
+// One driver of String scripts for the unit test (seeded numbers) and the fuzz target (its
+// input): every step against a model of the storage rules, every read and edit against a
+// terminated copy; units are written anywhere (the last slot too) and blocks made over dirt.
 #ifndef MLIB_TESTS_STRING_STRINGOPS_H
 #define MLIB_TESTS_STRING_STRINGOPS_H
 
@@ -17,11 +14,28 @@
 #include <string>
 #include <utility>
 
-#include "../stringText.h"
+#include "string/storage.h"
 
 namespace mlib::test {
 
-using Next = std::function<unsigned()>;
+// A String's text ("(null)" when null), with its capacity, and every unit of its buffer,
+// the terminator and what follows it included (empty when null).
+inline std::u16string shown(const String& s) {
+  if (s.IsNull()) return u"(null)";
+  return std::u16string(reinterpret_cast<const char16_t*>(s.toString()),
+                        static_cast<std::size_t>(s.GetLength()));
+}
+using State = std::pair<std::u16string, unsigned>;
+inline State state(const String& s) { return {shown(s), detail::StringAccess::capacity(s)}; }
+inline std::u16string units(const String& s) {
+  const auto* first = reinterpret_cast<const char16_t*>(s.GetBuffer(0));
+  return std::u16string(first, first == nullptr ? 0 : detail::StringAccess::capacity(s));
+}
+inline const WideChar* wide(const std::u16string& s) {
+  return reinterpret_cast<const WideChar*>(s.c_str());
+}
+constexpr const WideChar* kNoText = nullptr;
+constexpr const char* kNoAnsi = nullptr;
 
 // The string as the storage rules describe it.
 struct StringModel {
@@ -42,6 +56,7 @@ struct StringModel {
   void append(const std::u16string& t) {
     if (!units.empty() || !t.empty()) take(text() + t, units.size() > text().size() + t.size());
   }
+  void clear() { units.assign(units.size(), u'\0'); }
   void allocBuffer(unsigned n) { units.assign(n + 1, u'\0'), ansi = false; }
   void resizeBuffer(unsigned n) {
     const std::u16string kept = text().substr(0, n);
@@ -54,6 +69,7 @@ inline std::u16string numbered(long double value) {
   const std::string digits = std::to_string(value);
   return std::u16string(digits.begin(), digits.end()) + u"|";
 }
+inline int at(std::size_t i) { return i == std::u16string::npos ? -1 : static_cast<int>(i); }
 inline std::u16string narrowed(const std::string& s) { return {s.begin(), s.end()}; }
 inline std::string ascii(const std::u16string& s) { return {s.begin(), s.end()}; }  // for traces
 
@@ -63,17 +79,16 @@ inline std::u16string readings(String& s, const String& p, int a, int b) {
   // p's text as a pointer: terminated even when p's buffer is not.
   const std::u16string pText = shown(p);
   const WideChar* pointer = p.IsNull() ? nullptr : wide(pText);
-  String toNull, intoRoom, noRoom(MLIB_T("q")), appended(MLIB_T("<")), appendedIntoRoom;
-  toNull = s;
-  intoRoom.AllocBuffer(64);
-  intoRoom = s;
-  noRoom = s;
-  appended += s;
-  appendedIntoRoom.AllocBuffer(64);
-  appendedIntoRoom += s;
-  std::u16string r = shown(String(s)) + shown(toNull) + shown(intoRoom) + shown(noRoom) +
-                     shown(appended) + shown(appendedIntoRoom) + shown(s + MLIB_T(">")) +
-                     shown(p + s) + shown(s + s) + shown(s + p);
+  // s assigned and appended to a null string, one with room and one without.
+  String into[] = {String(), String(), String(MLIB_T("q")),
+                   String(), String(), String(MLIB_T("<"))};
+  std::u16string r =
+      shown(String(s)) + shown(s + MLIB_T(">")) + shown(p + s) + shown(s + s) + shown(s + p);
+  for (int i = 0; i < 6; ++i) {
+    if (i % 3 == 1) into[i].AllocBuffer(64);
+    i < 3 ? into[i] = s : into[i] += s;
+    r += shown(into[i]);
+  }
   for (const bool noCase : {false, true}) {
     r += numbered(s.StartWith(pointer, noCase)) + numbered(s.EndWith(pointer, noCase));
     r += numbered(noCase ? s.CompareNoCase(p) : s.Compare(p));
@@ -104,22 +119,15 @@ inline std::u16string readings(String& s, const String& p, int a, int b) {
 
 // Edits whose result is compared with the same edit of a terminated copy.
 inline std::u16string edited(String& s, const String& p, unsigned pick) {
-  switch (pick % 5) {
-    case 0:
-      s.Trim(), s.MakeLower();
-      return shown(s);
-    case 1:
-      s.MakeUpper(), s.Reverse();
-      return shown(s);
-    case 2:
-      return numbered(s.ReplaceFirst(p.toString(), MLIB_T("zz"))) + shown(s);
-    case 3:  // refused when the new text holds the old one
-      s.Replace(p.toString(), pick % 2 ? MLIB_T("xy") : (String(p) + MLIB_T("x")).toString());
-      return shown(s);
-    default:
-      s.AppendNewLineAtBack(), s.AppendNewLineAtFront();
-      return shown(s);
+  std::u16string replaced;
+  if (pick % 5 == 0) s.Trim(), s.MakeLower();
+  if (pick % 5 == 1) s.MakeUpper(), s.Reverse();
+  if (pick % 5 == 2) replaced = numbered(s.ReplaceFirst(p.toString(), MLIB_T("zz")));
+  if (pick % 5 == 3) {  // refused when the new text holds the old one
+    s.Replace(p.toString(), pick % 2 ? MLIB_T("xy") : (String(p) + MLIB_T("x")).toString());
   }
+  if (pick % 5 == 4) s.AppendNewLineAtBack(), s.AppendNewLineAtFront();
+  return replaced + shown(s);
 }
 
 // Leaves a freed heap block of the size a wide buffer of `capacity` units takes, full of
@@ -134,7 +142,7 @@ inline void dirtyTheHeap(std::size_t capacity) {
   std::free(same);
 }
 
-struct StringStep {
+struct Op {
   String& s;
   StringModel& m;
   std::u16string in;  // a random text
@@ -173,60 +181,50 @@ struct StringStep {
   }
 };
 
-const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
-    {"= text", [](StringStep& o) { o.s = o.text(), o.m.assign(o.in); }},
-    {"= ANSI text", [](StringStep& o) { o.s = o.ansi().c_str(), o.m.assign(o.ascii()); }},
-    {"= std::string", [](StringStep& o) { o.s = o.ansi(), o.m.assign(o.ascii()); }},
+const std::pair<const char*, void (*)(Op&)> kOps[] = {
+    {"= text", [](Op& o) { o.s = o.text(), o.m.assign(o.in); }},
+    {"= ANSI text", [](Op& o) { o.s = o.ansi().c_str(), o.m.assign(o.ascii()); }},
+    {"= std::string", [](Op& o) { o.s = o.ansi(), o.m.assign(o.ascii()); }},
     {"= String",
-     [](StringStep& o) { o.s = static_cast<const String&>(String(o.text())), o.m.assign(o.in); }},
-    {"= itself", [](StringStep& o) { o.s = static_cast<const String&>(o.s); }},
-    {"= unit", [](StringStep& o) { o.s = o.text()[0], o.m.assign(o.in.substr(0, 1)); }},
-    {"= no text",
-     [](StringStep& o) {
-       o.s = static_cast<const WideChar*>(nullptr), o.m.units.assign(o.m.units.size(), u'\0');
-     }},
+     [](Op& o) { o.s = static_cast<const String&>(String(o.text())), o.m.assign(o.in); }},
+    {"= itself", [](Op& o) { o.s = static_cast<const String&>(o.s); }},
+    {"= unit", [](Op& o) { o.s = o.text()[0], o.m.assign(o.in.substr(0, 1)); }},
+    {"= no text", [](Op& o) { o.s = kNoText, o.m.clear(); }},
     {"= Left",  // moves in Left's exact buffer
-     [](StringStep& o) {
+     [](Op& o) {
        o.s = o.s.Left(o.pick % 40);
        if (!o.m.units.empty()) o.m = {o.m.text().substr(0, o.pick % 40) + u'\0', false};
      }},
-    {"+= text", [](StringStep& o) { o.s += o.text(), o.m.append(o.in); }},
-    {"+= ANSI text", [](StringStep& o) { o.s += o.ansi().c_str(), o.appendSome(o.ascii()); }},
-    {"+= std::string", [](StringStep& o) { o.s += o.ansi(), o.appendSome(o.ascii()); }},
-    {"+= String", [](StringStep& o) { o.s += String(o.text()), o.appendSome(o.in); }},
-    {"+= itself", [](StringStep& o) { o.s += o.s, o.m.append(o.m.text()); }},
-    {"+= unit", [](StringStep& o) { o.s += o.text()[0], o.m.append(o.in.substr(0, 1)); }},
-    {"+= no text",
-     [](StringStep& o) {
-       o.s += static_cast<const WideChar*>(nullptr), o.s += static_cast<const char*>(nullptr);
-     }},
-    {"AllocBuffer",
-     [](StringStep& o) { o.s.AllocBuffer(o.pick % 12), o.m.allocBuffer(o.pick % 12); }},
-    {"ResizeBuffer",
-     [](StringStep& o) { o.s.ResizeBuffer(o.pick % 12), o.m.resizeBuffer(o.pick % 12); }},
-    {"ResetBuffer",
-     [](StringStep& o) { o.s.ResetBuffer(), o.m.units.assign(o.m.units.size(), u'\0'); }},
-    {"ReleaseBuffer", [](StringStep& o) { o.s.ReleaseBuffer(), o.m = StringModel(); }},
-    {"toAnsi", [](StringStep& o) { o.s.toAnsi(), o.m.ansi = !o.m.units.empty(); }},
+    {"+= text", [](Op& o) { o.s += o.text(), o.m.append(o.in); }},
+    {"+= ANSI text", [](Op& o) { o.s += o.ansi().c_str(), o.appendSome(o.ascii()); }},
+    {"+= std::string", [](Op& o) { o.s += o.ansi(), o.appendSome(o.ascii()); }},
+    {"+= String", [](Op& o) { o.s += String(o.text()), o.appendSome(o.in); }},
+    {"+= itself", [](Op& o) { o.s += o.s, o.m.append(o.m.text()); }},
+    {"+= unit", [](Op& o) { o.s += o.text()[0], o.m.append(o.in.substr(0, 1)); }},
+    {"+= no text", [](Op& o) { o.s += kNoText, o.s += kNoAnsi; }},
+    {"AllocBuffer", [](Op& o) { o.s.AllocBuffer(o.pick % 12), o.m.allocBuffer(o.pick % 12); }},
+    {"ResizeBuffer", [](Op& o) { o.s.ResizeBuffer(o.pick % 12), o.m.resizeBuffer(o.pick % 12); }},
+    {"ResetBuffer", [](Op& o) { o.s.ResetBuffer(), o.m.clear(); }},
+    {"ReleaseBuffer", [](Op& o) { o.s.ReleaseBuffer(), o.m = StringModel(); }},
+    {"toAnsi", [](Op& o) { o.s.toAnsi(), o.m.ansi = !o.m.units.empty(); }},
     {"a unit written into the buffer",  // the last slot included
-     [](StringStep& o) {
+     [](Op& o) {
        if (o.m.units.empty()) return;
        const std::size_t at = o.pick % o.m.units.size();
        o.s[static_cast<unsigned>(at)] = o.m.units[at] = o.in.empty() ? u'a' : o.in[0];
      }},
     {"a text without terminator in a dirty block",
-     [](StringStep& o) {
+     [](Op& o) {
        std::u16string t;
        while (!o.in.empty() && t.size() < o.pick % 200) t += o.in;
        o.s.ReleaseBuffer();
        dirtyTheHeap(t.size() + 1);
        o.s = wide(t);
-       if (!t.empty()) o.s[static_cast<unsigned>(t.size())] = u'Z';
        o.m = StringModel{StringModel::exact(t), false};
-       if (!t.empty()) o.m.units.back() = u'Z';
+       if (!t.empty()) o.s[static_cast<unsigned>(t.size())] = o.m.units.back() = u'Z';
      }},
     {"copies, sums and equality",  // new strings of exact size; the string itself stays
-     [](StringStep& o) {
+     [](Op& o) {
        const String other(o.text());
        const auto exact = &StringModel::exact;
        const std::u16string t = o.m.text();
@@ -236,21 +234,18 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
        o.expect(units(o.s + o.ansi()) == exact(t + o.ascii()), "+ std::string");
        o.expect(units(o.s + other) == exact(t + o.in), "+ String");
        o.expect(units(o.s + o.text()[0]) == exact(t + o.in.substr(0, 1)), "+ unit");
-       o.expect(units(o.s + static_cast<const WideChar*>(nullptr)) == exact(t), "+ no text");
-       o.expect(units(o.s + static_cast<const char*>(nullptr)) == exact(t), "+ no ANSI text");
+       o.expect(units(o.s + kNoText) == exact(t), "+ no text");
+       o.expect(units(o.s + kNoAnsi) == exact(t), "+ no ANSI text");
        // A null string equals nothing, not even another null string.
        const bool equal = !o.m.units.empty() && t == o.in;
        o.expect((o.s == o.text()) == equal, "== text");
        o.expect((o.s == other) == (equal && !o.in.empty()), "== String");
        o.expect((o.s == String(o.s)) == !t.empty(), "== copy");
-       o.expect(!(o.s == static_cast<const WideChar*>(nullptr)), "== no text");
+       o.expect(!(o.s == kNoText), "== no text");
      }},
     {"searches",  // against std::u16string's, for the random text or a piece of s's
-     [](StringStep& o) {
+     [](Op& o) {
        const std::u16string t = o.m.text();
-       const auto at = [](std::size_t i) {
-         return i == std::u16string::npos ? -1 : static_cast<int>(i);
-       };
        const std::size_t from = o.pick % (t.size() + 1);
        const std::u16string p = o.pick % 3 == 0 ? t.substr(from, o.pick / 3 % 90 + 1) : o.in;
        if (p.empty()) return;
@@ -272,7 +267,7 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
        o.expect(units(o.s.FindLast(String(wide(p)))) == rest(t.rfind(p)), "FindLast(String)");
      }},
     {"reads agree with a terminated copy",
-     [](StringStep& o) {
+     [](Op& o) {
        String same = o.copy();
        const String p(o.text());
        const int a = static_cast<int>(o.pick % 12) - 4, b = static_cast<int>(o.pick / 12 % 12) - 2;
@@ -285,7 +280,7 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
        o.expectSame(readings(full, o.s, a, b), readings(sameFull, same, a, b), "reads as argument");
      }},
     {"edits agree with a terminated copy",  // the model takes the result
-     [](StringStep& o) {
+     [](Op& o) {
        String same = o.copy();
        const String p(o.text());
        o.expectSame(edited(o.s, p, o.pick), edited(same, p, o.pick), "edit");
@@ -296,16 +291,16 @@ const std::pair<const char*, void (*)(StringStep&)> kStringSteps[] = {
 // Runs `steps` steps picked by `next`, with texts of up to five units from an alphabet of
 // three to nine units that also makes numbers, hexadecimal digits, blanks and units above
 // 0x8000 (which the block scans must compare unsigned).
-inline std::string runStringScript(const Next& next, int steps) {
+inline std::string runStringScript(const std::function<unsigned()>& next, int steps) {
   String s;
   StringModel m;
   std::string trail;  // the operations so far, for the failure message
   const std::size_t letters = 3 + next() % 7;
   for (int step = 0; step < steps; ++step) {
-    StringStep o{s, m, std::u16string(next() % 6, u'a'), next(), {}};
+    Op o{s, m, std::u16string(next() % 6, u'a'), next(), {}};
     for (char16_t& c : o.in) c = u"ab1 0c9\uFFFF\u8001"[next() % letters];
     const auto& [name, run] =
-        kStringSteps[m.units.size() > 300 ? 7 /* = Left */ : next() % std::size(kStringSteps)];
+        kOps[m.units.size() > 300 ? 7 /* = Left */ : next() % std::size(kOps)];
     trail += std::string(name) + "(" + ascii(o.in) + "," + std::to_string(o.pick % 1000) + ") ";
     run(o);
     o.expect(units(s) == m.units, "units");
