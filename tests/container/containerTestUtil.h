@@ -208,7 +208,6 @@ class ProbeMap : public MxMap<int, Tally> {
 // Runs the script on a ProbeMap against a set of (key, id) (adding repeated keys too, removing
 // during walks now and then, checking the tree after each step): the fault found, or "".
 inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
-  using Node = ProbeMap::NODE;
   Script s{data, size};
   const int keys = 8 + s.Next() % 120;  // a few negative keys: they hash after the rest
   {
@@ -250,13 +249,13 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
       } else if (op == 5) {  // a walk, removing the entries the cursor stands on now and then
         const unsigned bound = 10 * (map.GetCount() + 1);
         unsigned answered = 0;
-        for (const Node* c = map.GetFirstNode(); c != nullptr; c = map.GetNextNode()) {
+        for (const auto* c = map.GetFirstNode(); c != nullptr; c = map.GetNextNode()) {
           if (model.count({c->key, c->value.id}) == 0) return s.Fail("a removed entry walked");
           if (++answered > bound) return s.Fail("the walk has no end");
           if (s.Next() % 4 != 0) continue;
           // The cursor stands on the answered entry's parent (anywhere in a one-entry map).
           const bool one = map.GetCount() == 1;
-          const Node* current = one ? c : c->parent;
+          const auto* current = one ? c : c->parent;
           const auto entry =
               current ? std::make_pair(current->key, current->value.id) : std::make_pair(0, 0);
           const bool removed = map.RemoveCurrent();
@@ -272,7 +271,7 @@ inline std::string RunMapScript(const std::uint8_t* data, std::size_t size) {
       TreeCheck<int, Tally> tree;
       if (const char* problem = tree.Of(map, s.step % 3)) return s.Fail(problem);
       std::set<std::pair<int, int>> got;
-      for (const Node* n : tree.postOrder) got.emplace(n->key, n->value.id);
+      for (const auto* n : tree.postOrder) got.emplace(n->key, n->value.id);
       if (got != model || got.size() != tree.postOrder.size() ||
           liveNodes != (model.empty() ? 1 : 2 * static_cast<int>(model.size()) + 2)) {
         return s.Fail("entries or nodes alive (entries, leaves and value) differ from the model");
