@@ -1,9 +1,6 @@
-// Random sequences of MxMap and MxList operations, each checked against a model and followed
-// by a check of the whole container: the container tests' drivers, run on the fuzzer's input.
-#include <cstddef>
-#include <cstdint>
+// The container tests' drivers (each operation checked against a model, then the whole
+// container) run on the fuzzer's input.
 #include <cstdio>
-#include <string>
 
 #include "../tests/container/containerTestUtil.h"
 

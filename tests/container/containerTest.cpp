@@ -10,6 +10,7 @@
 #include <random>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -20,9 +21,11 @@ namespace mlib {
 namespace {
 
 using testing::HashOf;
-using testing::kObjectText;
-using testing::Text;
-using testing::TextOf;
+using Text = std::basic_string<WideChar>;
+// The text of s (empty for a null String), and what MxObject::PrintToString answers.
+Text TextOf(const String& s) { return s.IsNull() ? Text() : Text(s.toString(), s.GetLength()); }
+const Text kObjectText =
+    MLIB_T("String can not be printed, as the class couldn't interpret this type of instance yet.");
 
 TEST(Containers, RandomScriptsAgreeWithTheirModels) {
   for (unsigned seed = 0; seed < 300; ++seed) {
@@ -52,13 +55,11 @@ TEST(MxMap, KeysHashedByTypeAndStringKeysByTheirAnsiText) {
   int value = 0;
   String other(MLIB_T("Aa"));  // SetAt stored its key: that comes back
   EXPECT_TRUE(map.Lookup(other, value, true) && value == 2 && TextOf(other) == MLIB_T("B\u00DE"));
-  // An empty key with a buffer is stored as a null String and found through that copy: a
-  // search hashes a copy of the key made as the map stores keys.
+  // An empty key with a buffer is stored as a null String; a search hashes such a copy too.
   String empty;
   empty.AllocBuffer(4);
-  ASSERT_TRUE(map.Add(empty, 7));
-  EXPECT_EQ(*map.LookupPtr(empty), 7);
-  EXPECT_TRUE(map.Remove(empty) && map.IsEmpty());
+  EXPECT_TRUE(map.Add(empty, 7) && *map.LookupPtr(empty) == 7 && map.Remove(empty) &&
+              map.IsEmpty());
   // Both sides are hashed at search time: found under another code page than it was added.
   const String cafe(MLIB_T("caf\u00E9"));
   ASSERT_TRUE(map.Add(cafe, 1));
@@ -66,8 +67,7 @@ TEST(MxMap, KeysHashedByTypeAndStringKeysByTheirAnsiText) {
   EXPECT_TRUE(map.LookupPtr(cafe) != nullptr && map.Remove(cafe) && map.IsEmpty());
 }
 
-// A picture written short: outside a label, a count before a character repeats it (9 nine
-// spaces, 6- six hyphens), and '|' ends a line with "\r\n".
+// A picture written short: outside a label "9 " is nine spaces, "6-" six hyphens; '|' is "\r\n".
 Text Picture(const char* shortForm) {
   Text out;
   int run = 0;
@@ -87,34 +87,27 @@ Text Picture(const char* shortForm) {
 TEST(MapDrawing, PicturesWorkedByHand) {
   EXPECT_EQ(TextOf(MxMap<int, String>().PrintToString()), kObjectText);
   EXPECT_EQ(TextOf(SyncMap<int, String>().PrintToString()), kObjectText);
-  struct Row {
-    int keys;  // 1..keys added in order
-    std::vector<int> removed;
-    const char* picture;
-  };
-  const Row rows[] = {
+  const std::tuple<int, std::vector<int>, const char*> rows[] = {
       {1, {}, "3 (1,b)|(0,b)(0,b)|"},
       {3, {}, "9 (2,b)|3 (1,r)6-(3,r)|(0,b)(0,b) (0,b)(0,b)|"},
-      // 2b(1b, 4r(3b, 5b(leaf, 6r))). Level 3 starts at index 4, so its first run counts
-      // back from the last label of level 2 (the length is carried between levels).
+      // 2b(1b, 4r(3b, 5b(leaf, 6r))). Level 3's first run counts back from level 2's last label.
       {6,
        {},
        "45 (2,b)|21 (1,b)39-(4,r)|9 (0,b)17-(0,b)17 (3,b)17-(5,b)|"
        "50 (0,b)6-(0,b)6 (0,b)6-(6,r)|76 (0,b)(0,b)|"},
       // 3 is copied into the root; its old node becomes a black leaf, zero-filled.
       {3, {2}, "9 (3,b)|3 (1,r)6-(0,b)|(0,b)(0,b)|"},
-      // Less 1 the fix-up brings 4 up: 4b(2b(0, 3r), 5b(0, 6r)); less 5, 6 is copied in.
+      // Less 1, the fix-up brings 4 up: 4b(2b(0, 3r), 5b(0, 6r)); less 5, 6 is copied in.
       {6, {1, 5}, "21 (4,b)|9 (2,b)17-(6,b)|3 (0,b)6-(3,r)6 (0,b)6-(0,b)|10 (0,b)(0,b)|"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.picture);
+  for (const auto& [keys, removed, picture] : rows) {  // keys 1 to n, then some removed
+    SCOPED_TRACE(picture);
     MxMap<int, String> map;
-    for (int k = 1; k <= row.keys; ++k) map.Add(k, String(MLIB_T("v")));
-    for (int k : row.removed) ASSERT_TRUE(map.Remove(k));
-    EXPECT_EQ(TextOf(map.PrintToString()), Picture(row.picture));
+    for (int k = 1; k <= keys; ++k) map.Add(k, String(MLIB_T("v")));
+    for (int k : removed) ASSERT_TRUE(map.Remove(k));
+    EXPECT_EQ(TextOf(map.PrintToString()), Picture(picture));
   }
-  // Keys without text print nil; W is the mean of the shortest and longest label (5 and 7).
-  // A String key is not zero-filled, so the leaf that held "c" still shows it.
+  // No text prints nil; W: mean of the shortest and longest label; leaves keep String keys.
   MxMap<String, int> texts;
   texts.Add(String(MLIB_T("k")), 1);
   EXPECT_EQ(TextOf(texts.PrintToString()), Picture("4 (k,b)|(nil,b)(nil,b)|"));
@@ -125,7 +118,6 @@ TEST(MapDrawing, PicturesWorkedByHand) {
 }
 
 TEST(Printing, ElementsByTypeAndListsOfThem) {
-  const WideChar* nullWide = nullptr;
   const std::pair<String, const WideChar*> rows[] = {
       // null: the null String
       {ElementToString(-5), MLIB_T("-5")},
@@ -145,7 +137,7 @@ TEST(Printing, ElementsByTypeAndListsOfThem) {
       {ElementToString(static_cast<const char*>("xyz")), MLIB_T("xyz")},
       {ElementToString(static_cast<const WideChar*>(MLIB_T("wide"))), MLIB_T("wide")},
       {ElementToString(reinterpret_cast<const unsigned char*>("ub")), MLIB_T("ub")},
-      {ElementToString(nullWide), nullptr},
+      {ElementToString(static_cast<WideChar*>(nullptr)), nullptr},
       {ElementToString(true), nullptr},  // bool, signed char and unsigned long are not listed
       {ElementToString(static_cast<signed char>(5)), nullptr},
       {ElementToString(5UL), nullptr},
@@ -153,8 +145,7 @@ TEST(Printing, ElementsByTypeAndListsOfThem) {
   };
   for (std::size_t i = 0; i < std::size(rows); ++i) {
     const auto& [got, want] = rows[i];
-    EXPECT_EQ(got.IsNull(), want == nullptr) << "row " << i;
-    EXPECT_EQ(TextOf(got), Text(want != nullptr ? want : MLIB_T(""))) << "row " << i;
+    EXPECT_TRUE(got.IsNull() == !want && TextOf(got) == Text(want ? want : MLIB_T(""))) << i;
   }
   MxList<MxMap<int, String>::LineData> records;
   records.AddTail(MxMap<int, String>::LineData());
@@ -228,18 +219,14 @@ TEST(SyncMap, ThreadsAtOnceAndAnOperationThatThrows) {
   std::thread threads[] = {std::thread(work, 1), std::thread(work, 2), std::thread(work, 3)};
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(map.GetCount(), 3u * 750);
-  for (int t = 1; t <= 3; ++t) {
+  for (int t = 1; t <= 3; ++t)
     for (int i = 0; i < 1500; ++i) ASSERT_EQ(map.ContainsKey(t * 10000 + i), i % 2 == 1);
-  }
-  EXPECT_EQ(testing::TreeProblem(map), nullptr);
+  EXPECT_EQ((testing::TreeCheck<int, String>().Of(map)), nullptr);
   static_cast<MxContainerBase&>(map).RemoveAll();
   EXPECT_TRUE(map.IsEmpty() && map.GetCount() == 0);
-
   SyncMap<int, testing::Tally> tallies;
   EXPECT_THROW(tallies.Add(1, testing::Tally(testing::Tally::kThrows)), std::runtime_error);
-  bool added = false;
-  std::thread([&] { added = tallies.Add(2, testing::Tally()); }).join();  // would block for ever
-  EXPECT_TRUE(added);
+  std::thread([&] { EXPECT_TRUE(tallies.Add(2, testing::Tally())); }).join();  // or blocks for ever
   EXPECT_EQ(tallies.GetCount(), 1u) << "the failed Add left the map unchanged";
 }
 

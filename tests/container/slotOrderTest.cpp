@@ -5,10 +5,10 @@
 #include <mlib/exceptions.h>
 #include <mlib/files.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
+#include <utility>
 
 namespace mlib {
 namespace {
@@ -16,24 +16,18 @@ namespace {
 // The virtual table entry a pointer to a member function calls; -1 for a non-virtual one.
 template <typename Member>
 long EntryOf(Member member) {
-  struct Raw {
-    std::uintptr_t pointer;
-    std::ptrdiff_t adjustment;
-  } raw{};
-  static_assert(sizeof(Member) == sizeof(Raw), "not an Itanium member function pointer");
-  std::memcpy(&raw, &member, sizeof raw);
-  return (raw.pointer & 1u) == 0 ? -1 : static_cast<long>((raw.pointer - 1) / sizeof(void*));
+  std::uintptr_t pointer = 0;  // the function pointer or entry, then the this adjustment
+  static_assert(sizeof(Member) == 2 * sizeof pointer, "not an Itanium member function pointer");
+  std::memcpy(&pointer, &member, sizeof pointer);
+  return (pointer & 1u) == 0 ? -1 : static_cast<long>((pointer - 1) / sizeof(void*));
 }
 
 // The members, named for the failure message, hold consecutive entries from `first` on.
-struct Slot {
-  const char* name;
-  long entry;
-};
+using Slot = std::pair<const char*, long>;
 #define SLOT(Class, member) (Slot{#member, EntryOf(&Class::member)})
 template <typename... Slots>
 void ExpectConsecutive(long first, const Slots&... slots) {
-  for (const Slot& slot : {slots...}) EXPECT_EQ(slot.entry, first++) << slot.name;
+  for (const auto& [name, entry] : {slots...}) EXPECT_EQ(entry, first++) << name;
 }
 
 TEST(SlotOrder, ObjectListMapExceptionAndFile) {
