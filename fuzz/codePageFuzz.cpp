@@ -1,11 +1,7 @@
-// Arbitrary bytes, and the same bytes read as UTF-16 units, through every code page both
-// ways, zero-terminated and with their exact length, whole and cut by an arbitrary room:
-// the rules of tests/platform/codePageCheck.h must hold.
-#include <cstddef>
+// Arbitrary bytes, and the same bytes as UTF-16 units, through every code page both ways,
+// terminated and with their length, whole and cut by a room: codePageCheck.h's rules hold.
 #include <cstdint>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "../tests/platform/codePageCheck.h"
 

@@ -1,6 +1,5 @@
-// Test helper shared by the code page tests and the code page fuzz target: one conversion
-// through the size query and every room a caller may give, against the rules that hold
-// whatever the page and the input.
+// Test helper of the code page tests and their fuzz target: one conversion through the size
+// query and every room a caller may give, against the rules that hold for any page and input.
 #ifndef MLIB_TESTS_PLATFORM_CODEPAGECHECK_H
 #define MLIB_TESTS_PLATFORM_CODEPAGECHECK_H
 
@@ -9,11 +8,17 @@
 #include <string>
 #include <vector>
 
-#include "../backendUnderTest.h"
 #include "platform/codePage.h"
 #include "platform/process.h"
 
 namespace mlib::test {
+
+// Whether the system's own conversions run (Windows backend), whose answers are its own.
+#if defined(MLIB_TEST_WIN32_BACKEND)
+inline constexpr bool kSystemConversions = true;
+#else
+inline constexpr bool kSystemConversions = false;
+#endif
 
 // Every code page Windows can have as its active ANSI page, and UTF-8.
 constexpr unsigned kCodePages[] = {874,  932,  936,  949,  950,  1250, 1251, 1252,
@@ -26,12 +31,11 @@ inline int convert(unsigned page, const WideChar* src, int n, char* dst, int roo
   return platform::wideToMultiByte(page, src, n, dst, room);
 }
 
-// Converts src (n elements, or -1: up to and with its terminator) after the size query into
-// exactly the room it asked for and into each of `rooms`, fenced by canaries. A room that
-// holds the output gives the same output and count and leaves lastError alone; a smaller
-// one gives 0 with lastError 122, and writes nothing past the room, nor past the last
-// character that fits when `ends` (the output counts at which characters end) is given.
-// Gives the output; appends to `fault` what broke.
+// Converts src (n elements, or -1: up to and with its terminator) into the room the size query
+// asked for and each of `rooms`, fenced by canaries. A room that holds the output gives the
+// same output and count and leaves lastError alone; a smaller one gives 0 with lastError 122
+// and writes nothing past the room, nor past the last character that fits when `ends` (the
+// output counts at which characters end) is given. Gives the output; appends faults to `fault`.
 template <typename Out, typename In>
 std::vector<Out> convertInRooms(unsigned page, const In* src, int n, std::vector<int> rooms,
                                 const std::vector<std::size_t>& ends, std::string& fault) {
