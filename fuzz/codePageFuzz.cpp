@@ -1,13 +1,11 @@
-// Arbitrary bytes, and the same bytes read as UTF-16 units, through every code page both
-// ways, zero-terminated and with their exact length, whole and cut by an arbitrary room:
-// the rules of tests/platform/codePageCheck.h must hold.
-#include <cstddef>
+// Arbitrary bytes, and the same bytes as UTF-16 units, through every code page both ways,
+// terminated and with their length, whole and cut by a room: codePageCheck.h's rules hold.
 #include <cstdint>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "../tests/platform/codePageCheck.h"
+
+using mlib::test::convertInRooms;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
@@ -18,11 +16,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::memcpy(wide.data(), data + 1, static_cast<std::size_t>(units) * sizeof(mlib::WideChar));
   std::string fault;
   for (const unsigned page : mlib::test::kCodePages) {
-    for (const bool terminated : {true, false}) {
-      (void)mlib::test::convertInRooms<mlib::WideChar>(page, narrow.data(), terminated ? -1 : bytes,
-                                                       {data[0]}, {}, fault);
-      (void)mlib::test::convertInRooms<char>(page, wide.data(), terminated ? -1 : units, {data[0]},
-                                             {}, fault);
+    for (const int n : {-1, bytes}) {  // terminated, then with its length
+      (void)convertInRooms<mlib::WideChar>(page, narrow.data(), n, {data[0]}, {}, fault);
+      (void)convertInRooms<char>(page, wide.data(), n < 0 ? n : units, {data[0]}, {}, fault);
     }
   }
   if (!fault.empty()) __builtin_trap();

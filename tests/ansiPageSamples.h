@@ -6,9 +6,7 @@
 #include <gtest/gtest.h>
 #include <mlib/config.h>
 
-#include <cstddef>
 #include <string>
-#include <vector>
 
 #include "platform/codePage.h"
 #include "text/ansiCodePageScope.h"
@@ -40,10 +38,9 @@ inline constexpr AnsiPageSample kAnsiPageSamples[] = {
 
 // The page's own bytes for text, from the converter the code page tests check line by line.
 inline std::string bytesIn(unsigned codePage, const WideChar* text) {
-  const int need = platform::wideToMultiByte(codePage, text, -1, nullptr, 0);
-  std::vector<char> bytes(static_cast<std::size_t>(need > 0 ? need : 1));
-  (void)platform::wideToMultiByte(codePage, text, -1, bytes.data(), need);
-  return std::string(bytes.data());
+  std::string bytes(256, '\0');  // the samples are short
+  (void)platform::wideToMultiByte(codePage, text, -1, &bytes[0], 256);
+  return bytes.c_str();
 }
 
 // Runs check(sample) with the sample's page as the ANSI code page, for every page that can

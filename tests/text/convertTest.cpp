@@ -1,14 +1,11 @@
-// The copy helpers, buffer re-sizing and conversions of <mlib/text.h> between the ANSI code
-// page, UTF-8 and UTF-16. Expected bytes come from the code page tables: in 1252, 0x80 is
-// the euro sign and U+0100 falls back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
+// The copy, re-sizing and conversion helpers of <mlib/text.h>. In 1252, 0x80 is the euro sign
+// and U+0100 falls back to "A"; in 936, U+4E2D U+6587 are D6 D0 CE C4.
 #include <gtest/gtest.h>
 #include <mlib/text.h>
 
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "ansiPageSamples.h"
 
@@ -21,12 +18,11 @@ namespace {
 bool continues(char byte) { return (byte & 0xC0) == 0x80; }
 bool continues(WideChar unit) { return (unit & 0xFC00) == 0xDC00; }
 
-// A cutting copy or conversion of src into a buffer fenced by '~', at every capacity up to
-// two past the whole output: the output cut to the last whole character within
-// capacity - 1 (characters of `step` elements; 0: UTF-8 or UTF-16 characters), zeros up to
-// the capacity (or, with `fillsAll` false, only a terminator when the whole output fits),
-// the fence untouched. A null pointer gives null, capacity 0 null or, with `zeroGivesDst`,
-// the destination; neither writes.
+// A cutting copy or conversion of src into a buffer fenced by '~', at every capacity up to two
+// past the whole output: the output cut to the last whole character within capacity - 1
+// (characters of `step` elements; 0: UTF-8 or UTF-16 characters), zeros up to the capacity
+// (with `fillsAll` false, only a terminator when the whole output fits), the fence untouched.
+// A null pointer gives null, capacity 0 null or, with `zeroGivesDst`, the destination.
 template <typename Out, typename In>
 void expectCuts(Out* (*copy)(Out*, const In*, int), const std::basic_string<In>& src,
                 const std::basic_string<Out>& want, std::size_t step = 1, bool zeroGivesDst = false,
@@ -46,6 +42,15 @@ void expectCuts(Out* (*copy)(Out*, const In*, int), const std::basic_string<In>&
   EXPECT_EQ(copy(one, nullptr, 2), nullptr);
   EXPECT_EQ(copy(one, src.c_str(), 0), zeroGivesDst ? one : nullptr);
   EXPECT_EQ(one[0], '~');
+}
+
+// A conversion into exactly the room of the whole output and its terminator.
+template <typename Out, typename In>
+void expectConverts(Out* (*convert)(Out*, const In*, int), const std::basic_string<In>& src,
+                    const std::basic_string<Out>& want) {
+  std::basic_string<Out> dst(want.size() + 1, '~');
+  ASSERT_EQ(convert(&dst[0], src.c_str(), static_cast<int>(dst.size())), &dst[0]);
+  EXPECT_EQ(dst, want + Out(0));
 }
 
 template <int kCount>
@@ -79,23 +84,22 @@ TEST(CopyHelpers, CopiesAndConversionsCutWholeCharactersAndZeroFill) {
   expectCuts(strCpyN<0>, text, WideString(), 1, false, false);
   expectCuts(strCpyN<4>, text, text.substr(0, 4), 1, false, false);
   expectCuts(strCpyN<10>, text, text, 1, false, false);
+  // UTF-8 keeps every character; text that fits leaves the rest of the destination as it was.
+  const std::string utf8 = "h\xC3\xA9 \xE4\xB8\xAD\xF0\x9F\x98\x80";
+  expectCuts(Utf8ToWide, utf8, WideString(MLIB_T("h\u00E9 \u4E2D\U0001F600")), 0, false, false);
+  expectCuts(WideToUtf8, WideString(MLIB_T("h\u00E9 \u4E2D\U0001F600")), utf8, 0, false, false);
   if (AnsiCodePageScope scope(1252); scope.active) {  // one byte a character
-    const std::pair<std::string, WideString> rows[] = {
-        {"", MLIB_T("")},
-        {"\x80\xE9", MLIB_T("\u20AC\u00E9")},
-        {"\x80\x41?", MLIB_T("\u20AC\u0100\u4E2D")}};  // best fit, default character
-    for (const auto& [ansi, wide] : rows) {
-      SCOPED_TRACE(ansi);
-      for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
-        if (ansi.find('?') == std::string::npos) expectCuts(convert, ansi, wide);
-      }
-      for (auto convert : {WideToANSI, StrW2A, StrT2A}) expectCuts(convert, wide, ansi);
+    for (auto convert : {ANSIToWide, StrA2W, StrA2T}) {
+      expectCuts(convert, std::string(), WideString());
+      expectCuts(convert, std::string("\x80\xE9"), WideString(MLIB_T("\u20AC\u00E9")));
+    }
+    for (auto convert : {WideToANSI, StrW2A, StrT2A}) {  // best fit, then default character
+      expectCuts(convert, WideString(), std::string());
+      expectCuts(convert, WideString(MLIB_T("\u20AC\u0100\u4E2D")), std::string("\x80\x41?"));
     }
     // The trips through the ANSI code page keep only what it holds.
-    for (auto convert : {U82A, Utf8ToANSI}) {
-      expectCuts(convert, std::string("\xC3\xA9\xE2\x82\xAC\xE4\xB8\xAD"),
-                 std::string("\xE9\x80?"));
-    }
+    const std::string mixed = "\xC3\xA9\xE2\x82\xAC\xE4\xB8\xAD";
+    for (auto convert : {U82A, Utf8ToANSI}) expectCuts(convert, mixed, std::string("\xE9\x80?"));
     expectCuts(A2U8, std::string("\xE9\x80\xE9"), std::string("\xC3\xA9\xE2\x82\xAC\xC3\xA9"), 0);
     expectCuts(U82T, std::string("\xC3\xA9\xE4\xB8\xAD"), WideString(MLIB_T("\u00E9?")), 1, true);
     expectCuts(T2U8, WideString(MLIB_T("\u00E9\u4E2D\u20AC")), std::string("\xC3\xA9?\xE2\x82\xAC"),
@@ -125,38 +129,19 @@ TEST(CopyHelpers, ByteCopiesAreVerbatimAndResizingMovesTheText) {
     EXPECT_EQ(copy(dst, nullptr, 2), nullptr);
   }
   expectResizes(ResizeBufferA);
-  expectResizes(ResizeBufferT);
-  expectResizes(ResizeBufferW);
+  for (auto resize : {ResizeBufferT, ResizeBufferW}) expectResizes(resize);
 }
 
-// UTF-8 keeps every character; text that fits leaves the rest of the destination as it was.
-TEST(Conversions, Utf8KeepsEveryCharacterAndCutsWhole) {
-  const std::string utf8 = "h\xC3\xA9 \xE4\xB8\xAD\xF0\x9F\x98\x80";
-  const WideString wide = MLIB_T("h\u00E9 \u4E2D\U0001F600");
-  expectCuts(Utf8ToWide, utf8, wide, 0, false, false);
-  expectCuts(WideToUtf8, wide, utf8, 0, false, false);
-}
-
-// Under every page that can be the ANSI page, the trips' ANSI temporaries hold the whole
-// text, UTF-8's three-byte characters included. Where the ANSI code page cannot be chosen
-// (Windows), only the active one is tried.
+// Under every page that can be the ANSI page (on Windows only the active one), the trips' ANSI
+// temporaries hold the whole text, UTF-8's three-byte characters included.
 TEST(Conversions, TripsThroughEveryAnsiPageKeepItsTextWhole) {
-  using mlib::test::bytesIn;
   const int tried = mlib::test::forEachAnsiPageSample([](const mlib::test::AnsiPageSample& sample) {
-    const std::string utf8 = bytesIn(65001, sample.text);
-    const std::string ansi = bytesIn(sample.codePage, sample.text);
-    std::vector<char> narrow(utf8.size() + 8, '~');
-    ASSERT_EQ(T2U8(narrow.data(), sample.text, static_cast<int>(narrow.size())), narrow.data());
-    EXPECT_EQ(std::string(narrow.data()), utf8);
-    std::vector<WideChar> wide(utf8.size() + 8, '~');
-    ASSERT_EQ(U82T(wide.data(), utf8.c_str(), static_cast<int>(wide.size())), wide.data());
-    EXPECT_EQ(WideString(wide.data()), WideString(sample.text));
-    narrow.assign(ansi.size() + 1, '~');
-    ASSERT_EQ(U82A(narrow.data(), utf8.c_str(), static_cast<int>(narrow.size())), narrow.data());
-    EXPECT_EQ(std::string(narrow.data()), ansi);
-    narrow.assign(utf8.size() + 1, '~');
-    ASSERT_EQ(A2U8(narrow.data(), ansi.c_str(), static_cast<int>(narrow.size())), narrow.data());
-    EXPECT_EQ(std::string(narrow.data()), utf8);
+    const std::string utf8 = mlib::test::bytesIn(65001, sample.text);
+    const std::string ansi = mlib::test::bytesIn(sample.codePage, sample.text);
+    expectConverts(T2U8, WideString(sample.text), utf8);
+    expectConverts(U82T, utf8, WideString(sample.text));
+    expectConverts(U82A, utf8, ansi);
+    expectConverts(A2U8, ansi, utf8);
   });
   EXPECT_GE(tried, 1) << "no sample for the active ANSI code page " << GetAnsiCodePage();
 }
