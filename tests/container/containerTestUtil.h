@@ -74,7 +74,8 @@ inline std::string RunListScript(const std::uint8_t* data, std::size_t size) {
       } else if (op == 3) {
         const int at = alt < 2 ? (in ? i : -1) : f;
         got = alt < 2 ? list.RemoveAt(i) : list.Remove(c);
-        if ((ok = at >= 0)) removed(at);
+        ok = at >= 0;
+        if (ok) removed(at);
       } else if (op == 4) {
         got = alt < 2 ? list.GetAt(i, out, flag) : (p = list.GetAtPtr(i)) != nullptr;
         read = in ? i : -1;
@@ -103,7 +104,8 @@ inline std::string RunListScript(const std::uint8_t* data, std::size_t size) {
       } else if (alt < 2) {  // the cursor moves on, then its node goes
         const int at = cursor;
         got = list.RemoveCurrent(flag);
-        if ((ok = at >= 0)) cursor = flag ? (at + 1 < n ? at + 1 : -1) : at - 1;
+        ok = at >= 0;
+        if (ok) cursor = flag ? (at + 1 < n ? at + 1 : -1) : at - 1;
         if (ok) removed(at);
       } else if (flag) {  // a copy is deep; assigning it clears the cursor
         list = MxList<Tally>(list);
