@@ -689,8 +689,7 @@ TEST(StringConvert, BytesToHexText) {
   const unsigned char bytes[] = {0x0A, 0xFF};
   const Made rows[] = {
       {hexed(String(MLIB_T("abcd")), bytes, 2, false), u"0AFF", 5},  // 5 kept for 4, not for 6
-      {hexed(String(MLIB_T("abc")), bytes, 2, false), u"0AFF",
-       5},  // 4 leaves no room for the terminator
+      {hexed(String(MLIB_T("abc")), bytes, 2, false), u"0AFF", 5},   // 4 has no room for the 0
       {hexed(String(MLIB_T("abcd")), bytes, 2, true), u"0A FF ", 7},
       {hexed(String(MLIB_T("ab")), nullptr, 2, false), u"", 3},
       {after(String(), [](String& s) { s.ByteDataToHexString(bytesOf("\x12\x34"), false); }),
