@@ -4,10 +4,10 @@
 # median CPU time and, per pair, the standard container's median / mlib's (above 1: mlib is
 # faster).
 #
-#   bench/coldContainers.sh build/bench/bench/mlib_container_bench [ROUNDS, default 7]
+#   bench/coldContainers.sh build/bench/bench/mlib_container_bench [ROUNDS, default 21]
 set -eu
 bench=$1
-rounds=${2:-7}
+rounds=${2:-21}
 pairs="MxMapInsert:StdMapInsert MxMapLookup:StdMapLookup MxMapRemove:StdMapRemove
 SyncMapTwoThreads:StdMapRecursiveMutexTwoThreads MxListAddTailAndWalk:StdListPushBackAndWalk"
 out=$(mktemp)
