@@ -44,29 +44,38 @@ std::uint32_t continueHash131(std::uint32_t h, const char* bytes, std::size_t co
 }
 
 #if defined(MLIB_AVX2_DISPATCH)
-// The recurrence from h = 0 over blocks * 64 bytes, 64 at a time. Eight vectors of eight
-// lanes each keep the bytes of one offset in the block (lane k of vector j has offset
-// 8j + k): every block multiplies them by 131^64 and adds the block's bytes. At the end
-// lane k is weighted by 131^(63 - offset), which puts each byte at its power of 131.
-// Eight independent chains keep the multiplier busy despite the multiplication's latency.
+// The recurrence from h = 0 over blocks * 128 bytes, 128 at a time. Each 32-bit lane takes
+// four consecutive bytes as their own small polynomial b0 * 131^3 + b1 * 131^2 + b2 * 131 +
+// b3, formed exactly by two multiply-add steps on narrow lanes (131 * b0 + b1 fits 16 bits,
+// 131^2 = 17161 is a 16-bit factor, and the four-byte sum fits 32 bits), so one 32-bit
+// multiplication serves four bytes where widening each byte to its own lane needed four.
+// Four vectors of eight lanes cover a block (lane k of vector j starts at offset
+// 32j + 4k); every block multiplies them by 131^128 and adds its own groups, and at the end
+// each lane is weighted by the power of 131 that its group's last byte stands at. Four
+// independent chains keep the multiplier busy despite the multiplication's latency.
 __attribute__((target("avx2"))) std::uint32_t hash131Blocks(const char* bytes,
                                                             std::size_t blocks) noexcept {
-  constexpr int kVectors = 8;
-  const __m256i step = _mm256_set1_epi32(static_cast<int>(multiplierPower(64)));
+  constexpr int kVectors = 4;
+  const __m256i step = _mm256_set1_epi32(static_cast<int>(multiplierPower(128)));
+  // (131, 1) byte pairs and (131^2, 1) 16-bit pairs for the two multiply-add steps.
+  const __m256i pairWeights = _mm256_set1_epi16(static_cast<short>(1u << 8 | kMultiplier));
+  const __m256i quadWeights = _mm256_set1_epi32(static_cast<int>(multiplierPower(2) | 1u << 16));
   __m256i lanes[kVectors];
   for (__m256i& lane : lanes) lane = _mm256_setzero_si256();
-  for (std::size_t b = 0; b < blocks; ++b, bytes += 64) {
+  for (std::size_t b = 0; b < blocks; ++b, bytes += 128) {
     for (int j = 0; j < kVectors; ++j) {
-      const __m256i widened =
-          _mm256_cvtepi8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes + 8 * j)));
-      lanes[j] = _mm256_add_epi32(_mm256_mullo_epi32(lanes[j], step), widened);
+      const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes + 32 * j));
+      // Unsigned weights times signed bytes, then signed 16-bit pairs: exact, no saturation.
+      const __m256i pairs = _mm256_maddubs_epi16(pairWeights, text);
+      const __m256i groups = _mm256_madd_epi16(pairs, quadWeights);
+      lanes[j] = _mm256_add_epi32(_mm256_mullo_epi32(lanes[j], step), groups);
     }
   }
   __m256i sum = _mm256_setzero_si256();
   for (int j = 0; j < kVectors; ++j) {
     alignas(32) std::uint32_t weights[8];
     for (int k = 0; k < 8; ++k)
-      weights[k] = multiplierPower(63u - static_cast<unsigned>(8 * j + k));
+      weights[k] = multiplierPower(124u - static_cast<unsigned>(32 * j + 4 * k));
     const __m256i weight = _mm256_load_si256(reinterpret_cast<const __m256i*>(weights));
     sum = _mm256_add_epi32(sum, _mm256_mullo_epi32(lanes[j], weight));
   }
@@ -86,8 +95,8 @@ __attribute__((target("avx2"))) std::uint32_t hash131Blocks(const char* bytes,
 #if defined(MLIB_AVX2_DISPATCH)
   // Below a few blocks the set-up costs more than the vectors save.
   if (length >= 256 && mlib::platform::processorHasAvx2()) {
-    done = length / 64 * 64;
-    h = hash131Blocks(text, length / 64);
+    done = length / 128 * 128;
+    h = hash131Blocks(text, length / 128);
   }
 #endif
   h = continueHash131(h, text + done, length - done);
