@@ -98,10 +98,15 @@ const std::uint16_t* fromWideBytes() noexcept {
   return table.bytes;
 }
 
+// The byte at src and the one after it, the first in the low byte (one 16-bit load).
 [[nodiscard]] inline unsigned loadPair(const unsigned char* src) noexcept {
-  std::uint16_t pair;
-  std::memcpy(&pair, src, sizeof pair);
-  return pair;
+  return src[0] | unsigned{src[1]} << 8;
+}
+
+// Writes both bytes of a FromWideTable entry (one 16-bit store).
+inline void storePair(unsigned char* dst, unsigned bytes) noexcept {
+  dst[0] = static_cast<unsigned char>(bytes);
+  dst[1] = static_cast<unsigned char>(bytes >> 8);
 }
 
 // ---- To UTF-16 ----------------------------------------------------------------------
@@ -373,7 +378,7 @@ void encodeSpan(const WideChar* src, std::size_t spanEnd, std::size_t& at, unsig
     }
     for (std::size_t i = 0; i < kUnitRun; ++i) {
       const std::uint16_t bytes = table[src[from + i]];
-      if constexpr (kWrite) std::memcpy(dst + to, &bytes, sizeof bytes);
+      if constexpr (kWrite) storePair(dst + to, bytes);
       to += 1 + std::size_t{bytes > 0xFF};
     }
     from += kUnitRun;
@@ -382,7 +387,7 @@ void encodeSpan(const WideChar* src, std::size_t spanEnd, std::size_t& at, unsig
     const std::uint16_t bytes = table[src[from]];
     if constexpr (kWrite) {
       if (spanEnd - from > 1) {
-        std::memcpy(dst + to, &bytes, sizeof bytes);
+        storePair(dst + to, bytes);
       } else {
         dst[to] = static_cast<unsigned char>(bytes);
         if (bytes > 0xFF) dst[to + 1] = static_cast<unsigned char>(bytes >> 8);
