@@ -238,7 +238,8 @@ constexpr SetBits kSetBits{};
 //
 // Blocks of 64 bytes find where their characters begin all at once, so no character waits
 // for the length of the one before, and a mix of pairs and single bytes (Korean words and
-// the spaces between them) takes no branch per kind: Korean went from 0.48 to ? GB/s.
+// the spaces between them) takes no branch per kind. Korean went from 0.43 to 0.94 GB/s
+// (ANSIToWide, the room a size query gives), Japanese from 0.91 to 1.8 GB/s.
 template <unsigned kCodePage, bool kWrite>
 void decodeSpan(const unsigned char* src, std::size_t byteCount, std::size_t spanEnd,
                 std::size_t& at, WideChar* dst, std::size_t& written,
@@ -270,14 +271,16 @@ void decodeSpan(const unsigned char* src, std::size_t byteCount, std::size_t spa
     if constexpr (!kWrite) {
       to += static_cast<std::size_t>(__builtin_popcountll(starts));
     } else if (starts == 0x5555555555555555u) {
-      // Pairs only (Chinese and Japanese text): 32 lookups at fixed places.
+      // Pairs only (Chinese and Japanese text): 32 lookups at fixed places, 1.5 times
+      // as fast as through the list of places below.
       WideChar* const out = dst + to;
       for (std::size_t i = 0; i < kBlock / 2; ++i) out[i] = units[loadPair(block + 2 * i)];
       to += kBlock / 2;
     } else if (hasAsciiQuarter(masks.nonAscii) && spanEnd - from >= 2 * kBlock + 2) {
       // Mostly ASCII: the runs between the other characters are widened 16 bytes at a
-      // time. A run's last store may reach 15 units past the block's characters; the
-      // next block, sure to run in this span, writes at least 16 units over them.
+      // time (1.4 times as fast as the list of places with a pair in 40 bytes). A run's
+      // last store may reach 15 units past the block's characters; the next block, sure
+      // to run in this span, writes at least 16 units over them.
       std::uint64_t others = starts & masks.nonAscii;
       WideChar* out = dst + to;
       std::size_t run = 0;
@@ -293,7 +296,7 @@ void decodeSpan(const unsigned char* src, std::size_t byteCount, std::size_t spa
       to = static_cast<std::size_t>(out - dst);
     } else {
       // The places of the characters first, then one lookup each with nothing to wait
-      // for: no chain of bit scans. Korean went from 0.48 to 1.4 GB/s.
+      // for: Korean a third faster than with a bit scan per character.
       unsigned char places[kBlock + 8];
       std::size_t count = 0;
       for (unsigned i = 0; i < kBlock / 8; ++i) {
@@ -359,7 +362,7 @@ constexpr std::size_t kUnitRun = 2 * kBlockUnits;
 // Each unit is stored as two bytes and the count advances by its length, so single bytes
 // and pairs (Korean syllables and the spaces between them) take no branch: the byte past a
 // single one is junk that the next unit overwrites, so the span's last unit is stored
-// exactly. Korean went from 0.51 to ? GB/s.
+// exactly. Korean went from 0.54 to 1.56 GB/s (WideToANSI), Japanese from 1.05 to 1.75.
 template <bool kWrite>
 void encodeSpan(const WideChar* src, std::size_t spanEnd, std::size_t& at, unsigned char* dst,
                 std::size_t& written, const std::uint16_t* table) noexcept {
