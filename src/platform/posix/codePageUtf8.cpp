@@ -608,6 +608,137 @@ __attribute__((target("avx2"))) void decodeThreeByteRun(const unsigned char* src
 }
 #endif
 
+#if defined(MLIB_AVX2_DISPATCH)
+// Bytes that must be left in the span for a turn of decodeMixedRun: it reads 34 bytes,
+// takes at most 34 and stores 32 units, at most 8 of them junk past its own, so at least
+// 62 are left, which give 21 units or more and overwrite the junk.
+constexpr std::size_t kMixedRunMargin = 96;
+
+// For each set of the eight 16-bit lanes of a 16-byte half that are dropped (bit i for
+// lane i): the shuffle that packs the other lanes to the front.
+struct LanePacking {
+  unsigned char shuffle[256][16];
+};
+
+constexpr LanePacking makeLanePacking() noexcept {
+  LanePacking packing{};
+  for (unsigned dropped = 0; dropped < 256; ++dropped) {
+    unsigned out = 0;
+    for (unsigned lane = 0; lane < 8; ++lane) {
+      if ((dropped >> lane & 1u) != 0) continue;
+      packing.shuffle[dropped][out++] = static_cast<unsigned char>(2 * lane);
+      packing.shuffle[dropped][out++] = static_cast<unsigned char>(2 * lane + 1);
+    }
+    for (; out < 16; ++out) packing.shuffle[dropped][out] = 0x80;
+  }
+  return packing;
+}
+
+alignas(16) constexpr LanePacking kLanePacking = makeLanePacking();
+
+// Gives each of 16 byte positions the unit of the character that starts there (x0 the
+// bytes, x1 and x2 the bytes one and two further on): ASCII as it is, a two- or a
+// three-byte character decoded; a continuation byte's lane is junk, dropped by the caller.
+__attribute__((target("avx2"))) inline __m256i decodeLanes(__m128i x0, __m128i x1,
+                                                           __m128i x2) noexcept {
+  const __m256i b0 = _mm256_cvtepu8_epi16(x0);
+  const __m256i low6 = _mm256_set1_epi16(0x3F);
+  const __m256i second = _mm256_and_si256(_mm256_cvtepu8_epi16(x1), low6);
+  const __m256i third = _mm256_and_si256(_mm256_cvtepu8_epi16(x2), low6);
+  const __m256i two =
+      _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, _mm256_set1_epi16(0x1F)), 6), second);
+  const __m256i three = _mm256_or_si256(
+      _mm256_slli_epi16(
+          _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, _mm256_set1_epi16(0x0F)), 6),
+                          second),
+          6),
+      third);
+  const __m256i isThree = _mm256_cmpgt_epi16(b0, _mm256_set1_epi16(0xDF));
+  const __m256i isAscii = _mm256_cmpgt_epi16(_mm256_set1_epi16(0x80), b0);
+  return _mm256_blendv_epi8(_mm256_blendv_epi8(two, three, isThree), b0, isAscii);
+}
+
+// Decodes text of ASCII and well-formed two- and three-byte characters (Western, Cyrillic
+// and mixed text) 32 bytes at a time from at on, which is a character's first byte: the
+// block is checked at once (C0, C1 and F0-FF refused, each continuation byte where a lead
+// byte wants one and nowhere else, no overlong form, no surrogate), every byte position
+// gets the unit of the character starting there, and one shuffle per half-lane drops the
+// continuation bytes' lanes. A character begun in the block's last two bytes is taken
+// whole. Stops at the first block that fails the check, which is left to the caller's
+// exact path, at a block where four three-byte characters in a row start (CJK text,
+// faster through decodeThreeByteRun), or when fewer than kMixedRunMargin bytes of the
+// span are left. With kWrite false it only counts.
+template <bool kWrite>
+__attribute__((target("avx2"))) void decodeMixedRun(const unsigned char* src, std::size_t spanEnd,
+                                                    std::size_t& at, WideChar* dst,
+                                                    std::size_t& written) noexcept {
+  const __m256i continuationTop = _mm256_set1_epi8(-64);  // below C0: 80-BF
+  const __m256i leadBottom = _mm256_set1_epi8(-63);       // above C1
+  const __m256i leadTop = _mm256_set1_epi8(-16);          // below F0
+  const __m256i threeBottom = _mm256_set1_epi8(-33);      // above DF
+  const __m256i e0 = _mm256_set1_epi8(static_cast<char>(0xE0));
+  const __m256i ed = _mm256_set1_epi8(static_cast<char>(0xED));
+  const __m256i secondLow = _mm256_set1_epi8(-96);   // below A0 (E0 80-9F is overlong)
+  const __m256i secondHigh = _mm256_set1_epi8(-97);  // A0 or above (ED A0-BF, a surrogate)
+  std::size_t from = at;
+  std::size_t count = written;
+  while (spanEnd - from >= kMixedRunMargin) {
+    const unsigned char* const p = src + from;
+    const __m256i b0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    const __m256i b1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 1));
+    const __m256i continuation = _mm256_cmpgt_epi8(continuationTop, b0);
+    const __m256i lead =
+        _mm256_and_si256(_mm256_cmpgt_epi8(b0, leadBottom), _mm256_cmpgt_epi8(leadTop, b0));
+    const __m256i lead3 = _mm256_and_si256(lead, _mm256_cmpgt_epi8(b0, threeBottom));
+    // Sign bit set in a lane that is none of ASCII, a continuation byte or a lead byte, or
+    // that starts an overlong or surrogate three-byte form.
+    const __m256i faults = _mm256_or_si256(
+        _mm256_andnot_si256(_mm256_or_si256(continuation, lead), b0),
+        _mm256_or_si256(
+            _mm256_and_si256(_mm256_cmpeq_epi8(b0, e0), _mm256_cmpgt_epi8(secondLow, b1)),
+            _mm256_and_si256(_mm256_cmpeq_epi8(b0, ed), _mm256_cmpgt_epi8(b1, secondHigh))));
+    if (_mm256_movemask_epi8(faults) != 0) break;
+    const auto continuations = static_cast<std::uint32_t>(_mm256_movemask_epi8(continuation));
+    const auto leads = static_cast<std::uint32_t>(_mm256_movemask_epi8(lead));
+    const auto leads3 = static_cast<std::uint32_t>(_mm256_movemask_epi8(lead3));
+    if ((leads3 & 0x249u) == 0x249u) break;
+    // The continuation bytes the lead bytes want: those in the block must be exactly the
+    // block's, those past it (bits 32 and 33) must be there too.
+    const std::uint64_t wanted = std::uint64_t{leads} << 1 | std::uint64_t{leads3} << 2;
+    if (static_cast<std::uint32_t>(wanted) != continuations) break;
+    const auto beyond = static_cast<unsigned>(wanted >> 32);
+    const unsigned found = unsigned{isContinuation(p[32])} | unsigned{isContinuation(p[33])} << 1;
+    if ((beyond & ~found) != 0) break;
+    if constexpr (kWrite) {
+      const __m128i b2Low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2));
+      const __m128i b2High = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 18));
+      const __m256i units[2] = {
+          decodeLanes(_mm256_castsi256_si128(b0), _mm256_castsi256_si128(b1), b2Low),
+          decodeLanes(_mm256_extracti128_si256(b0, 1), _mm256_extracti128_si256(b1, 1), b2High)};
+      for (unsigned half = 0; half < 2; ++half) {
+        const unsigned low = continuations >> (16 * half) & 0xFFu;
+        const unsigned high = continuations >> (16 * half + 8) & 0xFFu;
+        const __m256i pattern = _mm256_inserti128_si256(
+            _mm256_castsi128_si256(
+                _mm_load_si128(reinterpret_cast<const __m128i*>(kLanePacking.shuffle[low]))),
+            _mm_load_si128(reinterpret_cast<const __m128i*>(kLanePacking.shuffle[high])), 1);
+        const __m256i packed = _mm256_shuffle_epi8(units[half], pattern);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), _mm256_castsi256_si128(packed));
+        count += 8 - static_cast<unsigned>(__builtin_popcount(low));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count),
+                         _mm256_extracti128_si256(packed, 1));
+        count += 8 - static_cast<unsigned>(__builtin_popcount(high));
+      }
+    } else {
+      count += 32 - static_cast<unsigned>(__builtin_popcount(continuations));
+    }
+    from += 32 + (beyond & 1u) + (beyond >> 1);
+  }
+  at = from;
+  written = count;
+}
+#endif
+
 // Converts src[at, spanEnd) to dst[written, ...) with no room check: the caller makes
 // sure one unit per byte of the span and one more fit. With kWrite false it only counts.
 // Each ASCII stretch is widened a block at a time; the block that ends it is widened
@@ -628,6 +759,13 @@ void decodeSpan(const unsigned char* src, std::size_t byteCount, std::size_t spa
       written += kBlockBytes;
       continue;
     }
+#if defined(MLIB_AVX2_DISPATCH)
+    if (avx2) {
+      const std::size_t from = at;
+      decodeMixedRun<kWrite>(src, spanEnd, at, dst, written);
+      if (at != from) continue;
+    }
+#endif
     if (classes.continuation == classes.twoByteLead << 1 &&
         classes.nonAscii == (classes.continuation | classes.twoByteLead) &&
         spanEnd - at >= 4 * kBlockBytes) {
