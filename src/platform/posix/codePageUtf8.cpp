@@ -609,9 +609,9 @@ __attribute__((target("avx2"))) void decodeThreeByteRun(const unsigned char* src
 #endif
 
 #if defined(MLIB_AVX2_DISPATCH)
-// Bytes that must be left in the span for a turn of decodeMixedRun: it reads 34 bytes,
-// takes at most 34 and stores 32 units, at most 8 of them junk past its own, so at least
-// 62 are left, which give 21 units or more and overwrite the junk.
+// Bytes that must be left in the span for a turn of decodeMixedRun: it reads 34 bytes and
+// stores 32 units, at most 9 of them junk past its final count, and leaves at least 62
+// bytes, which give 21 units or more and overwrite the junk.
 constexpr std::size_t kMixedRunMargin = 96;
 
 // For each set of the eight 16-bit lanes of a 16-byte half that are dropped (bit i for
@@ -636,38 +636,16 @@ constexpr LanePacking makeLanePacking() noexcept {
 
 alignas(16) constexpr LanePacking kLanePacking = makeLanePacking();
 
-// Gives each of 16 byte positions the unit of the character that starts there (x0 the
-// bytes, x1 and x2 the bytes one and two further on): ASCII as it is, a two- or a
-// three-byte character decoded; a continuation byte's lane is junk, dropped by the caller.
-__attribute__((target("avx2"))) inline __m256i decodeLanes(__m128i x0, __m128i x1,
-                                                           __m128i x2) noexcept {
-  const __m256i b0 = _mm256_cvtepu8_epi16(x0);
-  const __m256i low6 = _mm256_set1_epi16(0x3F);
-  const __m256i second = _mm256_and_si256(_mm256_cvtepu8_epi16(x1), low6);
-  const __m256i third = _mm256_and_si256(_mm256_cvtepu8_epi16(x2), low6);
-  const __m256i two =
-      _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, _mm256_set1_epi16(0x1F)), 6), second);
-  const __m256i three = _mm256_or_si256(
-      _mm256_slli_epi16(
-          _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, _mm256_set1_epi16(0x0F)), 6),
-                          second),
-          6),
-      third);
-  const __m256i isThree = _mm256_cmpgt_epi16(b0, _mm256_set1_epi16(0xDF));
-  const __m256i isAscii = _mm256_cmpgt_epi16(_mm256_set1_epi16(0x80), b0);
-  return _mm256_blendv_epi8(_mm256_blendv_epi8(two, three, isThree), b0, isAscii);
-}
-
 // Decodes text of ASCII and well-formed two- and three-byte characters (Western, Cyrillic
 // and mixed text) 32 bytes at a time from at on, which is a character's first byte: the
 // block is checked at once (C0, C1 and F0-FF refused, each continuation byte where a lead
 // byte wants one and nowhere else, no overlong form, no surrogate), every byte position
 // gets the unit of the character starting there, and one shuffle per half-lane drops the
-// continuation bytes' lanes. A character begun in the block's last two bytes is taken
-// whole. Stops at the first block that fails the check, which is left to the caller's
-// exact path, at a block where four three-byte characters in a row start (CJK text,
-// faster through decodeThreeByteRun), or when fewer than kMixedRunMargin bytes of the
-// span are left. With kWrite false it only counts.
+// continuation bytes' lanes. A character begun in the block's last two bytes is decoded
+// with it and its continuation bytes checked with the next block. Stops at the first block that
+// fails the check, which is left to the caller's exact path, at a block where four three-byte
+// characters in a row start (CJK text, faster through decodeThreeByteRun), or when fewer than
+// kMixedRunMargin bytes of the span are left. With kWrite false it only counts.
 template <bool kWrite>
 __attribute__((target("avx2"))) void decodeMixedRun(const unsigned char* src, std::size_t spanEnd,
                                                     std::size_t& at, WideChar* dst,
@@ -682,6 +660,9 @@ __attribute__((target("avx2"))) void decodeMixedRun(const unsigned char* src, st
   const __m256i secondHigh = _mm256_set1_epi8(-97);  // A0 or above (ED A0-BF, a surrogate)
   std::size_t from = at;
   std::size_t count = written;
+  // The continuation bytes at the block's first two positions that the previous block's
+  // last character wants (bit 0 and bit 1).
+  unsigned carried = 0;
   while (spanEnd - from >= kMixedRunMargin) {
     const unsigned char* const p = src + from;
     const __m256i b0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -701,38 +682,71 @@ __attribute__((target("avx2"))) void decodeMixedRun(const unsigned char* src, st
     const auto continuations = static_cast<std::uint32_t>(_mm256_movemask_epi8(continuation));
     const auto leads = static_cast<std::uint32_t>(_mm256_movemask_epi8(lead));
     const auto leads3 = static_cast<std::uint32_t>(_mm256_movemask_epi8(lead3));
-    if ((leads3 & 0x249u) == 0x249u) break;
-    // The continuation bytes the lead bytes want: those in the block must be exactly the
-    // block's, those past it (bits 32 and 33) must be there too.
+    if (kWrite && (leads3 & 0x249u) == 0x249u) break;
+    // The continuation bytes the lead bytes want must be exactly the block's; those past
+    // it (bits 32 and 33) are checked by the next block.
     const std::uint64_t wanted = std::uint64_t{leads} << 1 | std::uint64_t{leads3} << 2;
-    if (static_cast<std::uint32_t>(wanted) != continuations) break;
-    const auto beyond = static_cast<unsigned>(wanted >> 32);
-    const unsigned found = unsigned{isContinuation(p[32])} | unsigned{isContinuation(p[33])} << 1;
-    if ((beyond & ~found) != 0) break;
+    if ((static_cast<std::uint32_t>(wanted) | carried) != continuations) break;
     if constexpr (kWrite) {
-      const __m128i b2Low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2));
-      const __m128i b2High = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 18));
-      const __m256i units[2] = {
-          decodeLanes(_mm256_castsi256_si128(b0), _mm256_castsi256_si128(b1), b2Low),
-          decodeLanes(_mm256_extracti128_si256(b0, 1), _mm256_extracti128_si256(b1, 1), b2High)};
-      for (unsigned half = 0; half < 2; ++half) {
-        const unsigned low = continuations >> (16 * half) & 0xFFu;
-        const unsigned high = continuations >> (16 * half + 8) & 0xFFu;
-        const __m256i pattern = _mm256_inserti128_si256(
-            _mm256_castsi128_si256(
-                _mm_load_si128(reinterpret_cast<const __m128i*>(kLanePacking.shuffle[low]))),
-            _mm_load_si128(reinterpret_cast<const __m128i*>(kLanePacking.shuffle[high])), 1);
-        const __m256i packed = _mm256_shuffle_epi8(units[half], pattern);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), _mm256_castsi256_si128(packed));
-        count += 8 - static_cast<unsigned>(__builtin_popcount(low));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count),
-                         _mm256_extracti128_si256(packed, 1));
-        count += 8 - static_cast<unsigned>(__builtin_popcount(high));
-      }
+      // The unit of the character starting at each position, as its low and its high
+      // byte (junk at continuation bytes): ASCII as it is, then xxxyyyyy 10zzzzzz and
+      // 1110xxxx 10yyyyyy 10zzzzzz. The shifts go by 16-bit lanes; the masks keep each
+      // byte's own bits.
+      const __m256i b2 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 2));
+      const __m256i low2 = _mm256_set1_epi8(0x03);
+      const __m256i low6 = _mm256_set1_epi8(0x3F);
+      const __m256i twoLow = _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, low2), 6),
+                                             _mm256_and_si256(b1, low6));
+      const __m256i threeLow = _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b1, low2), 6),
+                                               _mm256_and_si256(b2, low6));
+      const __m256i twoHigh = _mm256_and_si256(_mm256_srli_epi16(b0, 2), _mm256_set1_epi8(0x07));
+      const __m256i low4 = _mm256_set1_epi8(0x0F);
+      const __m256i threeHigh = _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, low4), 4),
+                                                _mm256_and_si256(_mm256_srli_epi16(b1, 2), low4));
+      const __m256i unitLow =
+          _mm256_blendv_epi8(b0, _mm256_blendv_epi8(twoLow, threeLow, lead3), b0);
+      const __m256i unitHigh = _mm256_blendv_epi8(
+          _mm256_setzero_si256(), _mm256_blendv_epi8(twoHigh, threeHigh, lead3), b0);
+      // Positions 0-7 and 16-23, then 8-15 and 24-31, as units; each eight packed by its
+      // own quarter of the continuation mask.
+      const unsigned char(*const shuffle)[16] = kLanePacking.shuffle;
+      unsigned quarter[4];
+      for (unsigned k = 0; k < 4; ++k) quarter[k] = continuations >> (8 * k) & 0xFFu;
+      const __m256i packed0 = _mm256_shuffle_epi8(
+          _mm256_unpacklo_epi8(unitLow, unitHigh),
+          _mm256_inserti128_si256(
+              _mm256_castsi128_si256(
+                  _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle[quarter[0]]))),
+              _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle[quarter[2]])), 1));
+      const __m256i packed1 = _mm256_shuffle_epi8(
+          _mm256_unpackhi_epi8(unitLow, unitHigh),
+          _mm256_inserti128_si256(
+              _mm256_castsi128_si256(
+                  _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle[quarter[1]]))),
+              _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle[quarter[3]])), 1));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), _mm256_castsi256_si128(packed0));
+      count += 8 - static_cast<unsigned>(__builtin_popcount(quarter[0]));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), _mm256_castsi256_si128(packed1));
+      count += 8 - static_cast<unsigned>(__builtin_popcount(quarter[1]));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count),
+                       _mm256_extracti128_si256(packed0, 1));
+      count += 8 - static_cast<unsigned>(__builtin_popcount(quarter[2]));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count),
+                       _mm256_extracti128_si256(packed1, 1));
+      count += 8 - static_cast<unsigned>(__builtin_popcount(quarter[3]));
     } else {
       count += 32 - static_cast<unsigned>(__builtin_popcount(continuations));
     }
-    from += 32 + (beyond & 1u) + (beyond >> 1);
+    // A fixed step: the next block's loads wait for nothing, where a step over the last
+    // character's continuation bytes made each turn wait for the one before (1.4x slower).
+    from += 32;
+    carried = static_cast<unsigned>(wanted >> 32);
+  }
+  if (carried != 0) {
+    // The last block's last character is unchecked and is left to the caller: its lead
+    // byte is the block's last byte, or the one before for a three-byte character.
+    from -= src[from - 1] >= 0xC0 ? 1 : 2;
+    count -= 1;
   }
   at = from;
   written = count;
