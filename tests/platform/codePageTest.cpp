@@ -107,7 +107,8 @@ void append(Piece& text, const Piece& piece, bool toWide, bool utf8) {
 // which starts afresh). Seed 0: each piece once, shuffled. Others: random pieces with runs
 // between them for the block and run paths: of ASCII, of one-element pieces below 0x100 or with
 // two output elements (odd seeds), in UTF-8 of two-byte (odd seeds) or three-byte characters
-// (every fourth seed) with now and then an ASCII one.
+// (every fourth seed) with now and then an ASCII one. From wide, past a run's 40th piece, never
+// the first tenth of the run pieces (in UTF-8 the ASCII ones: long runs of one length to cut).
 Piece makeLongText(const std::vector<Piece>& lines, const std::vector<bool>& lead, unsigned page,
                    bool toWide, unsigned seed) {
   const bool utf8 = page == kUtf8CodePage, odd = seed % 2 == 1, cjk = utf8 && seed % 4 == 0;
@@ -117,8 +118,7 @@ Piece makeLongText(const std::vector<Piece>& lines, const std::vector<bool>& lea
     if (utf8 && std::count(in.begin(), in.end(), 0u) == 0) {
       Piece joined;
       append(joined, line, toWide, true);
-      append(joined, utf8Piece(0x4E00 + static_cast<unsigned>(pieces.size()) * 97, toWide), toWide,
-             true);
+      append(joined, utf8Piece(0x4E00 + 97 * unsigned(pieces.size()), toWide), toWide, true);
       pieces.push_back(joined);
     } else if (!utf8 && (toWide ? (in.size() == 1 && !lead[in[0]]) ||
                                       (in.size() == 2 && lead[in[0]] && in[1] != 0)
@@ -133,12 +133,12 @@ Piece makeLongText(const std::vector<Piece>& lines, const std::vector<bool>& lea
   std::mt19937 random(seed);
   std::vector<Piece> order = pieces;
   std::shuffle(order.begin(), order.end(), random);
-  Piece text;
-  text.what = "seed " + std::to_string(seed) + (toWide ? ", to wide" : ", from wide");
+  Piece text{{}, {}, "seed " + std::to_string(seed) + (toWide ? ", to wide" : ", from wide"), {}};
   for (std::size_t i = 0; !pieces.empty() && i < (seed == 0 ? order.size() : 200 * seed); ++i) {
     std::size_t run = seed == 0 || random() % 4 != 0 ? 0 : random() % 40;
     run += seed != 0 && random() % 64 == 0 ? 600 : 0;
-    for (std::size_t k = 0; k < run; ++k) append(text, runs[random() % runs.size()], toWide, utf8);
+    for (std::size_t k = 0, least = 0; k < run; least = ++k < 40 || toWide ? 0 : runs.size() / 10)
+      append(text, runs[std::max<std::size_t>(random() % runs.size(), least)], toWide, utf8);
     append(text, seed == 0 ? order[i] : pieces[random() % pieces.size()], toWide, utf8);
   }
   return text;

@@ -394,13 +394,122 @@ __attribute__((target("avx2"))) void encodeNarrowRun(const WideChar* src, std::s
     at += kBlockUnits;
   }
 }
+
+// For each set of classes of four units (bits 2i and 2i + 1 for unit i: below 0x800, below
+// 0x80), the shuffle that packs the units' byte quads (4i the lead of a three-byte unit, 4i
+// + 1 its middle byte, 4i + 2 the last byte of a two- or three-byte unit, 4i + 3 the lead of
+// a two-byte unit or an ASCII unit itself) into the bytes of their text, and its length.
+struct QuadPacking {
+  unsigned char shuffle[256][16];
+  unsigned char length[256];
+};
+
+constexpr QuadPacking makeQuadPacking() noexcept {
+  QuadPacking packing{};
+  for (unsigned classes = 0; classes < 256; ++classes) {
+    unsigned out = 0;
+    for (unsigned unit = 0; unit < 4; ++unit) {
+      const unsigned narrow = classes >> 2 * unit & 1u;
+      const unsigned ascii = classes >> (2 * unit + 1) & 1u;
+      const auto take = [&](unsigned byte) {
+        packing.shuffle[classes][out++] = static_cast<unsigned char>(4 * unit + byte);
+      };
+      if (narrow == 0) {  // (an ASCII unit is always narrow: the other mix never comes)
+        take(0);
+        take(1);
+        take(2);
+      } else if (ascii == 0) {
+        take(3);
+        take(2);
+      } else {
+        take(3);
+      }
+    }
+    packing.length[classes] = static_cast<unsigned char>(out);
+    for (; out < 16; ++out) packing.shuffle[classes][out] = 0x80;
+  }
+  return packing;
+}
+
+alignas(16) constexpr QuadPacking kQuadPacking = makeQuadPacking();
+
+// The units a turn of encodeWideRun takes.
+constexpr std::size_t kWideRunUnits = 16;
+
+// Converts 16 units a turn from at on while they hold no surrogate, are not all ASCII
+// (the ASCII path is twice as fast on a long ASCII stretch), and two turns are left
+// before spanEnd; stops (maybe at once) at the first turn that breaks a rule. Every
+// unit's bytes are formed in 16-bit lanes, widened to four-byte quads, and one shuffle per
+// four units, keyed on their lengths, packs them: 1 Mi units of Chinese went from 1.61 to
+// 0.51 ms, the mixed ANSI sample (words of all three lengths, 1 MiB of UTF-8) from 0.85 to
+// 0.34 ms. Each 16-byte store leaves up to 12 junk bytes; a turn leaves 16 units (16
+// bytes at least) before spanEnd, which overwrite them (encodeSpan's rule).
+__attribute__((target("avx2"))) void encodeWideRun(const WideChar* src, std::size_t spanEnd,
+                                                   std::size_t& at, unsigned char* dst,
+                                                   std::size_t& written) noexcept {
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i high5 = _mm256_set1_epi16(-2048);        // 0xF800
+  const __m256i surrogates = _mm256_set1_epi16(-10240);  // 0xD800
+  const __m256i notAscii = _mm256_set1_epi16(-128);      // 0xFF80
+  const __m256i highBytes = _mm256_set1_epi16(-256);     // 0xFF00
+  const __m256i low6 = _mm256_set1_epi16(0x3F);
+  while (spanEnd - at >= 2 * kWideRunUnits) {
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + at));
+    const __m256i top = _mm256_and_si256(v, high5);
+    const __m256i ascii = _mm256_cmpeq_epi16(_mm256_and_si256(v, notAscii), zero);
+    if (_mm256_testz_si256(_mm256_cmpeq_epi16(top, surrogates), _mm256_set1_epi8(-1)) == 0 ||
+        _mm256_testc_si256(ascii, _mm256_set1_epi8(-1)) != 0) {
+      return;
+    }
+    const __m256i narrow = _mm256_cmpeq_epi16(top, zero);
+    // Bit 2i of `classes` set where unit i is narrow, bit 2i + 1 where it is ASCII.
+    const auto classes =
+        static_cast<unsigned>(_mm256_movemask_epi8(_mm256_blendv_epi8(narrow, ascii, highBytes)));
+    // Per unit, the low lane byte is the lead of three bytes, the high one the middle byte;
+    // then the last byte, and above it the lead of two bytes or the ASCII unit.
+    const __m256i shifted = _mm256_slli_epi16(v, 2);
+    const __m256i leadAndMiddle = _mm256_or_si256(
+        _mm256_or_si256(_mm256_srli_epi16(v, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
+        _mm256_and_si256(shifted, _mm256_set1_epi16(0x3F00)));
+    const __m256i lead2 =
+        _mm256_or_si256(_mm256_and_si256(shifted, highBytes), _mm256_set1_epi16(-16384));  // 0xC000
+    const __m256i lastAndFirst =
+        _mm256_or_si256(_mm256_or_si256(_mm256_and_si256(v, low6), _mm256_set1_epi16(0x80)),
+                        _mm256_blendv_epi8(lead2, _mm256_slli_epi16(v, 8), ascii));
+    // Lane by lane: units 0-3 and 8-11, then 4-7 and 12-15.
+    const __m256i quadsA = _mm256_unpacklo_epi16(leadAndMiddle, lastAndFirst);
+    const __m256i quadsB = _mm256_unpackhi_epi16(leadAndMiddle, lastAndFirst);
+    const unsigned k0 = classes & 0xFFu;
+    const unsigned k1 = classes >> 8 & 0xFFu;
+    const unsigned k2 = classes >> 16 & 0xFFu;
+    const unsigned k3 = classes >> 24;
+    const auto* const table = reinterpret_cast<const __m128i*>(kQuadPacking.shuffle);
+    const __m256i bytesA = _mm256_shuffle_epi8(
+        quadsA, _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_load_si128(table + k0)),
+                                        _mm_load_si128(table + k2), 1));
+    const __m256i bytesB = _mm256_shuffle_epi8(
+        quadsB, _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_load_si128(table + k1)),
+                                        _mm_load_si128(table + k3), 1));
+    unsigned char* out = dst + written;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytesA));
+    out += kQuadPacking.length[k0];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytesB));
+    out += kQuadPacking.length[k1];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_extracti128_si256(bytesA, 1));
+    out += kQuadPacking.length[k2];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_extracti128_si256(bytesB, 1));
+    out += kQuadPacking.length[k3];
+    written = static_cast<std::size_t>(out - dst);
+    at += kWideRunUnits;
+  }
+}
 #endif
 
 // Converts src[at, spanEnd) to dst[written, ...) with no room check: the caller makes
 // sure 3 bytes per unit of the span and one more fit. Whole blocks go at once; a block
-// may leave junk past its own bytes, at most one block's worth, which the block after it
-// (always converted in the same span) overwrites, so nothing past the final count is
-// ever left changed.
+// may leave junk past its own bytes, at most one block's worth (12 bytes after a turn of
+// encodeWideRun, which leaves 16 units), which the units after it (always converted in
+// the same span) overwrite, so nothing past the final count is ever left changed.
 void encodeSpan(const WideChar* src, std::size_t unitCount, std::size_t spanEnd, std::size_t& at,
                 unsigned char* dst, std::size_t& written) noexcept {
   while (spanEnd - at >= 2 * kBlockUnits) {
@@ -409,6 +518,15 @@ void encodeSpan(const WideChar* src, std::size_t unitCount, std::size_t spanEnd,
     if (classes.wider == 0 && classes.wide != 0 && platform::processorHasAvx2()) {
       encodeNarrowRun(src, spanEnd, at, dst, written);
       continue;
+    }
+    // Two units of 0x800 or above at least: a lone one in ASCII text (a euro sign, a curly
+    // quote) is cheaper in the block path below than entering and leaving the run (English
+    // with one CJK character in 100: 0.41 ms for 1 Mi units entering at one, 0.32 at two).
+    if ((classes.wider & (classes.wider - 1)) != 0 && classes.surrogate == 0 &&
+        spanEnd - at >= 2 * kWideRunUnits && platform::processorHasAvx2()) {
+      const std::size_t from = at;
+      encodeWideRun(src, spanEnd, at, dst, written);
+      if (at != from) continue;  // else the block goes the plain way below
     }
 #endif
 #if defined(__SSE2__)
@@ -448,12 +566,63 @@ void encodeSpan(const WideChar* src, std::size_t unitCount, std::size_t spanEnd,
   encodeCharacters<true>(src, unitCount, spanEnd, at, dst, written);
 }
 
+#if defined(MLIB_AVX2_DISPATCH)
+// countBytes 32 units a turn: each unit counts three bytes, less one when below 0x800 and
+// one more when below 0x80, the lesser ones summed in 16-bit lanes (at most 4 a turn, so
+// 4096 turns fit) and added up once per 4096 turns. A turn with a surrogate is counted
+// character by character. Stops with fewer than 32 units left.
+__attribute__((target("avx2"))) void countBytesRun(const WideChar* src, std::size_t unitCount,
+                                                   std::size_t& at, std::size_t& written) noexcept {
+  constexpr std::size_t kTurnUnits = 32;
+  constexpr std::size_t kMaxTurns = 4096;
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i high5 = _mm256_set1_epi16(-2048);        // 0xF800
+  const __m256i surrogates = _mm256_set1_epi16(-10240);  // 0xD800
+  const __m256i notAscii = _mm256_set1_epi16(-128);      // 0xFF80
+  while (unitCount - at >= kTurnUnits) {
+    std::size_t turns = (unitCount - at) / kTurnUnits;
+    if (turns > kMaxTurns) turns = kMaxTurns;
+    __m256i less = zero;  // minus the bytes below three per unit, lane by lane
+    std::size_t turn = 0;
+    for (; turn < turns; ++turn) {
+      const WideChar* const p = src + at + turn * kTurnUnits;
+      const __m256i v0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+      const __m256i v1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 16));
+      const __m256i top0 = _mm256_and_si256(v0, high5);
+      const __m256i top1 = _mm256_and_si256(v1, high5);
+      const __m256i surrogate = _mm256_or_si256(_mm256_cmpeq_epi16(top0, surrogates),
+                                                _mm256_cmpeq_epi16(top1, surrogates));
+      if (_mm256_testz_si256(surrogate, surrogate) == 0) break;
+      const __m256i narrow =
+          _mm256_add_epi16(_mm256_cmpeq_epi16(top0, zero), _mm256_cmpeq_epi16(top1, zero));
+      const __m256i ascii =
+          _mm256_add_epi16(_mm256_cmpeq_epi16(_mm256_and_si256(v0, notAscii), zero),
+                           _mm256_cmpeq_epi16(_mm256_and_si256(v1, notAscii), zero));
+      less = _mm256_add_epi16(less, _mm256_add_epi16(narrow, ascii));
+    }
+    const __m256i sums = _mm256_madd_epi16(less, _mm256_set1_epi16(1));
+    const __m128i half =
+        _mm_add_epi32(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    const __m128i quarter = _mm_add_epi32(half, _mm_shuffle_epi32(half, 0x4E));
+    const int fewer = _mm_cvtsi128_si32(_mm_add_epi32(quarter, _mm_shuffle_epi32(quarter, 0xB1)));
+    written += 3 * kTurnUnits * turn - static_cast<std::size_t>(-fewer);
+    at += turn * kTurnUnits;
+    if (turn < turns)
+      encodeCharacters<false>(src, unitCount, at + kTurnUnits, at, nullptr, written);
+  }
+}
+#endif
+
 // The UTF-8 size of src[0, unitCount). Blocks without surrogates count in one step: a
 // unit gives one byte, one more from 0x80 and one more from 0x800 (4x ICU's size query
-// on Western text, 1.6x on Chinese).
+// on Western text, 1.6x on Chinese). The AVX2 run took 1 MiB of Western text from 0.60
+// to 0.06 ms, 1 MiB of Chinese from 0.41 to 0.035 ms.
 std::size_t countBytes(const WideChar* src, std::size_t unitCount) noexcept {
   std::size_t at = 0;
   std::size_t written = 0;
+#if defined(MLIB_AVX2_DISPATCH)
+  if (platform::processorHasAvx2()) countBytesRun(src, unitCount, at, written);
+#endif
   while (unitCount - at >= kBlockUnits) {
     const UnitClasses classes = unitClasses(src + at);
     if (classes.surrogate == 0) {
