@@ -25,11 +25,13 @@ namespace {
 
 constexpr std::size_t kTextUnits = 1 << 20;
 
-enum class Sample { kAscii, kWestern, kChinese, kMixed };
+enum class Sample { kAscii, kWestern, kChinese, kMixed, kSparseWestern, kSparseChinese };
 
 // Wide sample text of about kTextUnits units: ASCII prose, Western prose with one accented
 // letter in seven, Chinese with a space now and then, or mostly ASCII prose with one accented
-// letter in sixteen and an emoji (a surrogate pair) in a thousand units (UTF-8 rows only).
+// letter in sixteen and an emoji (a surrogate pair) in a thousand units (UTF-8 rows only);
+// and two texts the vector paths serve least well: ASCII prose with an accented letter in
+// sixty, and with a Chinese character in forty.
 WideString makeWide(Sample sample) {
   std::mt19937 generator(2024);
   const std::string prose = "The quick brown fox jumps over the lazy dog, again and again. ";
@@ -57,15 +59,26 @@ WideString makeWide(Sample sample) {
                                : static_cast<WideChar>(prose[i % prose.size()]);
         }
         break;
+      case Sample::kSparseWestern:
+        text += i % 60 == 59 ? accents[generator() % 8]
+                             : static_cast<WideChar>(prose[i % prose.size()]);
+        break;
+      case Sample::kSparseChinese:
+        text += i % 40 == 39 ? static_cast<WideChar>(0x4E00 + generator() % 0x51A6)
+                             : static_cast<WideChar>(prose[i % prose.size()]);
+        break;
     }
   }
   return text;
 }
 
-unsigned codePageOf(Sample sample) { return sample == Sample::kChinese ? 936 : 1252; }
-const char* iconvNameOf(Sample sample) { return sample == Sample::kChinese ? "CP936" : "CP1252"; }
+bool isChinese(Sample sample) {
+  return sample == Sample::kChinese || sample == Sample::kSparseChinese;
+}
+unsigned codePageOf(Sample sample) { return isChinese(sample) ? 936 : 1252; }
+const char* iconvNameOf(Sample sample) { return isChinese(sample) ? "CP936" : "CP1252"; }
 const char* icuNameOf(Sample sample) {
-  return sample == Sample::kChinese ? "windows-936-2000" : "windows-1252";
+  return isChinese(sample) ? "windows-936-2000" : "windows-1252";
 }
 
 // The sample in its ANSI code page (set for the process as a side effect).
@@ -352,12 +365,17 @@ MLIB_TEXT_BENCH_SAMPLES(iconvFromWide);
 MLIB_TEXT_BENCH_SAMPLES(utf8ToWide);
 MLIB_TEXT_BENCH_SAMPLES(wideToUtf8);
 BENCHMARK_CAPTURE(wideToUtf8, mixed, Sample::kMixed);
+BENCHMARK_CAPTURE(utf8ToWide, sparse1252, Sample::kSparseWestern);
+BENCHMARK_CAPTURE(ansiToWide, sparse936, Sample::kSparseChinese);
+BENCHMARK_CAPTURE(iconvToWide, sparse936, Sample::kSparseChinese);
 #if defined(MLIB_BENCH_HAVE_ICU)
 MLIB_TEXT_BENCH_SAMPLES(icuToWide);
 MLIB_TEXT_BENCH_SAMPLES(icuFromWide);
 MLIB_TEXT_BENCH_SAMPLES(icuFromUtf8);
 MLIB_TEXT_BENCH_SAMPLES(icuToUtf8);
 BENCHMARK_CAPTURE(icuToUtf8, mixed, Sample::kMixed);
+BENCHMARK_CAPTURE(icuFromUtf8, sparse1252, Sample::kSparseWestern);
+BENCHMARK_CAPTURE(icuToWide, sparse936, Sample::kSparseChinese);
 #endif
 BENCHMARK_TEMPLATE(hashNarrow, GetStringHashCode);
 BENCHMARK(hashStd);
