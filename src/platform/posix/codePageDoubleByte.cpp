@@ -251,13 +251,17 @@ void decodeSpan(const unsigned char* src, std::size_t byteCount, std::size_t spa
   while (from + kBlock <= spanEnd && byteCount - from > kBlock) {
     const unsigned char* const block = src + from;
     const BlockMasks masks = blockMasks<kCodePage>(block);
-    if (masks.nonAscii == 0) {
-      // An ASCII block goes 16 bytes at a time, each byte its own unit.
+    if ((masks.nonAscii & 0xFFFF) == 0) {
+      // ASCII runs go 16 bytes at a time, each byte its own unit.
+      const std::size_t run =
+          masks.nonAscii == 0
+              ? kBlock
+              : static_cast<std::size_t>(__builtin_ctzll(masks.nonAscii)) & ~std::size_t{15};
       if constexpr (kWrite) {
-        for (std::size_t i = 0; i < kBlock; i += kBlockBytes) widenBlock(block + i, dst + to + i);
+        for (std::size_t i = 0; i < run; i += kBlockBytes) widenBlock(block + i, dst + to + i);
       }
-      from += kBlock;
-      to += kBlock;
+      from += run;
+      to += run;
       continue;
     }
     const std::uint64_t starts = characterStarts(masks.lead, masks.zero);
