@@ -17,31 +17,66 @@ namespace mlib::platform::detail {
 
 namespace {
 
-// For each set of units in a block that are not ASCII (bit i for unit i): the shuffle that
-// packs the block's byte pairs (2i the unit's first byte, 2i + 1 its second) into the
-// bytes of its text, and how many bytes that is.
-struct PairPacking {
+// A table of 256 byte shuffles, one for each 8-bit key, and how many bytes each keeps; the
+// lanes past those are zeroed.
+struct Packing {
   unsigned char shuffle[256][16];
   unsigned char length[256];
 };
 
-constexpr PairPacking makePairPacking() noexcept {
-  PairPacking packing{};
-  for (unsigned wide = 0; wide < 256; ++wide) {
+// Builds a Packing from keep(key, take), which calls take(byte) for each byte the key's
+// shuffle keeps, in order.
+template <typename Keep>
+constexpr Packing makePacking(Keep keep) noexcept {
+  Packing packing{};
+  for (unsigned key = 0; key < 256; ++key) {
     unsigned out = 0;
-    for (unsigned unit = 0; unit < 8; ++unit) {
-      packing.shuffle[wide][out++] = static_cast<unsigned char>(2 * unit);
-      if ((wide >> unit & 1u) != 0) {
-        packing.shuffle[wide][out++] = static_cast<unsigned char>(2 * unit + 1);
-      }
-    }
-    packing.length[wide] = static_cast<unsigned char>(out);
-    for (; out < 16; ++out) packing.shuffle[wide][out] = 0x80;  // zero the junk lanes
+    keep(key,
+         [&](unsigned byte) { packing.shuffle[key][out++] = static_cast<unsigned char>(byte); });
+    packing.length[key] = static_cast<unsigned char>(out);
+    for (; out < 16; ++out) packing.shuffle[key][out] = 0x80;
   }
   return packing;
 }
 
-alignas(16) constexpr PairPacking kPairPacking = makePairPacking();
+// Keyed by the units of a block of eight that are not ASCII (bit i for unit i): packs the
+// block's byte pairs (2i the unit's first byte, 2i + 1 its second) into the bytes of its
+// text.
+alignas(16) constexpr Packing kPairPacking = makePacking([](unsigned wide, auto take) {
+  for (unsigned unit = 0; unit < 8; ++unit) {
+    take(2 * unit);
+    if ((wide >> unit & 1u) != 0) take(2 * unit + 1);
+  }
+});
+
+// Keyed by the classes of four units (bits 2i and 2i + 1 for unit i: below 0x800, below
+// 0x80): packs the units' byte quads (4i the lead of a three-byte unit, 4i + 1 its middle
+// byte, 4i + 2 the last byte of a two- or three-byte unit, 4i + 3 the lead of a two-byte
+// unit or an ASCII unit itself) into the bytes of their text.
+alignas(16) constexpr Packing kQuadPacking = makePacking([](unsigned classes, auto take) {
+  for (unsigned unit = 0; unit < 4; ++unit) {
+    const bool narrow = (classes >> 2 * unit & 1u) != 0;
+    const bool ascii = (classes >> (2 * unit + 1) & 1u) != 0;
+    if (!narrow) {  // (an ASCII unit is always narrow: the other mix never comes)
+      take(4 * unit);
+      take(4 * unit + 1);
+      take(4 * unit + 2);
+    } else {
+      take(4 * unit + 3);
+      if (!ascii) take(4 * unit + 2);
+    }
+  }
+});
+
+// Keyed by the eight 16-bit lanes of a 16-byte half that are dropped (bit i for lane i):
+// packs the other lanes to the front.
+alignas(16) constexpr Packing kLanePacking = makePacking([](unsigned dropped, auto take) {
+  for (unsigned lane = 0; lane < 8; ++lane) {
+    if ((dropped >> lane & 1u) != 0) continue;
+    take(2 * lane);
+    take(2 * lane + 1);
+  }
+});
 
 }  // namespace
 
@@ -76,48 +111,6 @@ __attribute__((target("avx2"))) void encodeNarrowRun(const WideChar* src, std::s
     at += kBlockUnits;
   }
 }
-
-namespace {
-
-// For each set of classes of four units (bits 2i and 2i + 1 for unit i: below 0x800, below
-// 0x80), the shuffle that packs the units' byte quads (4i the lead of a three-byte unit, 4i
-// + 1 its middle byte, 4i + 2 the last byte of a two- or three-byte unit, 4i + 3 the lead of
-// a two-byte unit or an ASCII unit itself) into the bytes of their text, and its length.
-struct QuadPacking {
-  unsigned char shuffle[256][16];
-  unsigned char length[256];
-};
-
-constexpr QuadPacking makeQuadPacking() noexcept {
-  QuadPacking packing{};
-  for (unsigned classes = 0; classes < 256; ++classes) {
-    unsigned out = 0;
-    for (unsigned unit = 0; unit < 4; ++unit) {
-      const unsigned narrow = classes >> 2 * unit & 1u;
-      const unsigned ascii = classes >> (2 * unit + 1) & 1u;
-      const auto take = [&](unsigned byte) {
-        packing.shuffle[classes][out++] = static_cast<unsigned char>(4 * unit + byte);
-      };
-      if (narrow == 0) {  // (an ASCII unit is always narrow: the other mix never comes)
-        take(0);
-        take(1);
-        take(2);
-      } else if (ascii == 0) {
-        take(3);
-        take(2);
-      } else {
-        take(3);
-      }
-    }
-    packing.length[classes] = static_cast<unsigned char>(out);
-    for (; out < 16; ++out) packing.shuffle[classes][out] = 0x80;
-  }
-  return packing;
-}
-
-alignas(16) constexpr QuadPacking kQuadPacking = makeQuadPacking();
-
-}  // namespace
 
 // Converts 16 units a turn from at on while they hold no surrogate, are not all ASCII
 // (the ASCII path is twice as fast on a long ASCII stretch), and two turns are left
@@ -229,32 +222,6 @@ __attribute__((target("avx2"))) void countBytesRun(const WideChar* src, std::siz
     if (turn < turns) return;
   }
 }
-
-namespace {
-
-// For each set of the eight 16-bit lanes of a 16-byte half that are dropped (bit i for
-// lane i): the shuffle that packs the other lanes to the front.
-struct LanePacking {
-  unsigned char shuffle[256][16];
-};
-
-constexpr LanePacking makeLanePacking() noexcept {
-  LanePacking packing{};
-  for (unsigned dropped = 0; dropped < 256; ++dropped) {
-    unsigned out = 0;
-    for (unsigned lane = 0; lane < 8; ++lane) {
-      if ((dropped >> lane & 1u) != 0) continue;
-      packing.shuffle[dropped][out++] = static_cast<unsigned char>(2 * lane);
-      packing.shuffle[dropped][out++] = static_cast<unsigned char>(2 * lane + 1);
-    }
-    for (; out < 16; ++out) packing.shuffle[dropped][out] = 0x80;
-  }
-  return packing;
-}
-
-alignas(16) constexpr LanePacking kLanePacking = makeLanePacking();
-
-}  // namespace
 
 // Decodes text of ASCII and well-formed two- and three-byte characters (Western, Cyrillic,
 // CJK and mixed text) 32 bytes at a time from at on, which is a character's first byte:
