@@ -89,7 +89,7 @@ inline std::ptrdiff_t draw() noexcept { return std::rand() % 32768; }
 // pivot. One is sure to come (see partition); `last` only bounds how far ahead the vector
 // loop may read, eight values at a time, for scans that run far (values in order).
 inline std::ptrdiff_t scanUp(const int* a, std::ptrdiff_t i, int pivot,
-                             std::ptrdiff_t last) noexcept {
+                             [[maybe_unused]] std::ptrdiff_t last) noexcept {
   if (a[i] >= pivot) return i;
 #if defined(MLIB_SORT_SSE2)
   const __m128i p = _mm_set1_epi32(pivot);
@@ -108,7 +108,7 @@ inline std::ptrdiff_t scanUp(const int* a, std::ptrdiff_t i, int pivot,
 // The downward scan from j: the last position whose value is not above the pivot, read
 // back to `first` at most by the vector loop.
 inline std::ptrdiff_t scanDown(const int* a, std::ptrdiff_t j, int pivot,
-                               std::ptrdiff_t first) noexcept {
+                               [[maybe_unused]] std::ptrdiff_t first) noexcept {
   if (a[j] <= pivot) return j;
 #if defined(MLIB_SORT_SSE2)
   const __m128i p = _mm_set1_epi32(pivot);
